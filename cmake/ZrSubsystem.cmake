@@ -1,0 +1,26 @@
+# zr_subsystem(<folder> [DEPS <system libs>...])
+# Every .cpp of the folder becomes part of libzrshr. Link dependencies are
+# collected so that the shared and the static library both carry them.
+set(ZR_LINK_DEPS "" CACHE INTERNAL "")
+function(zr_subsystem name)
+  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  file(GLOB_RECURSE srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  add_library(zr_${name} OBJECT ${srcs})
+  target_include_directories(zr_${name} PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+  target_compile_definitions(zr_${name} PRIVATE ZR_BUILDING_LIBRARY=1)
+  set(deps ${ZR_LINK_DEPS} ${ARG_DEPS})
+  list(REMOVE_DUPLICATES deps)
+  set(ZR_LINK_DEPS "${deps}" CACHE INTERNAL "")
+endfunction()
+
+# zr_test_suite(<folder>): one GoogleTest binary per tests/<folder>.
+function(zr_test_suite name)
+  file(GLOB srcs CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp)
+  if(NOT srcs)
+    return()
+  endif()
+  add_executable(test_${name} ${srcs})
+  target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+  target_link_libraries(test_${name} PRIVATE zrshr_static GTest::gtest GTest::gtest_main GTest::gmock Threads::Threads ${ARGN})
+  gtest_discover_tests(test_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endfunction()

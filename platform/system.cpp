@@ -1,0 +1,52 @@
+#include "platform/system.h"
+
+#include <sched.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+namespace zr::platform {
+
+uint32_t currentThreadId() {
+  static thread_local uint32_t id = static_cast<uint32_t>(syscall(SYS_gettid));
+  return id;
+}
+
+void yieldThread() { sched_yield(); }
+
+void sleepMilliseconds(uint32_t ms) {
+  timespec ts{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000000L};
+  while (nanosleep(&ts, &ts) != 0) {
+  }
+}
+
+uint64_t tickCount() {
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
+}
+
+const char* environmentValue(const char* name) { return std::getenv(name); }
+
+static bool debuggerAttached() {
+  FILE* f = std::fopen("/proc/self/status", "r");
+  if (!f) return false;
+  char line[256];
+  long tracer = 0;
+  while (std::fgets(line, sizeof line, f)) {
+    if (std::sscanf(line, "TracerPid: %ld", &tracer) == 1) break;
+  }
+  std::fclose(f);
+  return tracer != 0;
+}
+
+void debugBreak() {
+  if (debuggerAttached()) std::raise(SIGTRAP);
+}
+
+}  // namespace zr::platform

@@ -1,0 +1,24 @@
+// system.h - threads, time, environment and the debugger.
+#ifndef ZR_PLATFORM_SYSTEM_H
+#define ZR_PLATFORM_SYSTEM_H
+
+#include <cstdint>
+
+namespace zr::platform {
+
+// Kernel id of the calling thread (cached per thread: it is asked often).
+uint32_t currentThreadId();
+void yieldThread();
+void sleepMilliseconds(uint32_t ms);
+// Milliseconds on a monotonic clock.
+uint64_t tickCount();
+
+// Value of an environment variable, or null.
+const char* environmentValue(const char* name);
+
+// Stops in the debugger when one is attached; returns otherwise.
+void debugBreak();
+
+}  // namespace zr::platform
+
+#endif

@@ -1,0 +1,47 @@
+// The shared library shows exactly its exported names and hides the rest.
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+
+namespace {
+
+struct Library {
+  void* handle = dlopen(ZRSHR_SO, RTLD_NOW | RTLD_LOCAL);
+  ~Library() {
+    if (handle) dlclose(handle);
+  }
+};
+
+TEST(Exports, FrameAndHeapNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr) << dlerror();
+  for (const char* name :
+       {"WEP", "ZRSHR_FeatureUnsupported", "ZR_RT_SetEnvironment", "ZR_RT_GetEnvironment", "ZR_RT_SetLocale",
+        "os_openlib", "os_closelib", "os_get_funcptr", "shGetInstance", "shIsTerminalServiceClientSession",
+        "osAssert", "os_vfprintf", "_os_fprintf"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+}
+
+// Internal C++ code is hidden: the dynamic symbol table holds only C names
+// (exported classes are listed here as they arrive).
+TEST(Exports, OnlyCNamesAreVisible) {
+  std::string command = std::string("nm -D --defined-only ") + ZRSHR_SO;
+  FILE* nm = popen(command.c_str(), "r");
+  ASSERT_NE(nm, nullptr);
+  char line[1024];
+  int count = 0;
+  while (fgets(line, sizeof line, nm)) {
+    std::string name = line;
+    name = name.substr(name.find_last_of(' ') + 1);
+    name.pop_back();
+    EXPECT_NE(name.rfind("_Z", 0), 0u) << "internal symbol exported: " << name;
+    ++count;
+  }
+  pclose(nm);
+  EXPECT_GT(count, 10);
+}
+
+}  // namespace
