@@ -1,0 +1,196 @@
+// szrheap_internal.h - state and helpers shared by the heap's source files.
+//
+// Header sizes are stated in words W (4 bytes on a 32-bit build, 8 on a
+// 64-bit one): the block word and parent link take 2W, a child header 4W, a
+// large header 8W, a debug header 16W and the guard suffix 2W.
+#ifndef ZR_FRAME_SZRHEAP_INTERNAL_H
+#define ZR_FRAME_SZRHEAP_INTERNAL_H
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+#include "zrheap.h"
+
+namespace zr::heap {
+
+constexpr size_t kW = sizeof(uintptr_t);
+constexpr size_t kWordHeader = 2 * kW;
+constexpr size_t kChildHeader = 4 * kW;
+constexpr size_t kLargeHeader = 8 * kW;
+constexpr size_t kDebugHeader = 16 * kW;
+constexpr size_t kGuardSuffix = 2 * kW;
+// The largest header plus suffix: the room SizeIndexOf reserves for a block.
+constexpr size_t kMaxOverhead = kDebugHeader + kGuardSuffix;
+
+constexpr int kMaxClasses = 100;
+constexpr int kSlots = 32;
+constexpr int kChildLocks = 16;
+constexpr uint32_t kFirstSerial = 0x12345678u;
+constexpr size_t kDefaultHeapSize = 0x1F8000;
+constexpr size_t kDefaultPoolThreshold = 0x40000;
+constexpr size_t kMinReservation = 65536;
+
+static_assert(sizeof(ZrHeapBlockHeader) == kDebugHeader, "the header record spans the debug header");
+
+// ---- Spin locks: exchange with 1; back off by doubling, yield past 1024.
+void spinWait(uint32_t* lock);
+inline void lock(uint32_t* l) {
+  if (__atomic_exchange_n(l, 1u, __ATOMIC_ACQUIRE) != 0) spinWait(l);
+}
+inline void unlock(uint32_t* l) { __atomic_exchange_n(l, 0u, __ATOMIC_RELEASE); }
+inline void lock(uintptr_t* l) { lock(reinterpret_cast<uint32_t*>(l)); }
+inline void unlock(uintptr_t* l) { unlock(reinterpret_cast<uint32_t*>(l)); }
+
+// ---- Per (size index, slot): free lists and counts, one cache line each.
+struct alignas(64) SlotRow {
+  uint32_t lock;
+  char* plainHead;  // block word of the first free plain block
+  char* debugHead;
+  long plainFree, plainUsed, debugFree, debugUsed;
+};
+
+struct SlotOwner {
+  uint32_t threadId;
+  uint32_t tick;
+};
+
+struct Heap {
+  std::atomic<bool> started{false};
+  std::atomic<uint32_t> flags{0};
+
+  // Size classes.
+  uint32_t classSize[kMaxClasses];
+  int lastIndex, firstLargeIndex, lastSmallIndex;
+  size_t largeMinSize, splitMinSize, maxBlockSize;
+  size_t pageSize;
+  uint8_t smallIndexBy4[6144 / 4 + 2];  // small class index for a size rounded up to 4
+
+  // Settings from the environment.
+  size_t heapSize, poolThreshold, memLowThreshold;
+  int allocFill = -1, freeFill = -1;
+  int checkInterval = 1;
+  int mpMaxIndex, mpMaxSlot;
+  int printSizeIndex = -1;
+  bool poolCheck = false;
+  void (*externalDump)(int) = nullptr;
+
+  // Thread slots.
+  SlotOwner slots[kSlots];
+  std::atomic<uint32_t> tick{0};
+  SlotRow rows[kMaxClasses][kSlots];
+
+  // Buddy system.
+  uint32_t buddyLock;
+  BuddyBlock* buddyFree[kMaxClasses];
+  size_t wasteBytes, wasteCount;
+
+  // Small region.
+  uint32_t smallLock;
+  char* regionBase;
+  size_t regionUsed, regionSize;
+  int regionIndex;
+  size_t regionCount, unusedSmallBytes, smallUseBytes;
+
+  // Virtual memory counters.
+  uint32_t vmLock;
+  size_t reservedBytes, committedBytes;
+  uint64_t lowestWarned;
+
+  // Debug chain and serials.
+  uint32_t mainLock;
+  ZrHeapBlockHeader* debugChain;
+  std::atomic<uint32_t> serial{kFirstSerial};
+  size_t permanentBytes;
+
+  uint32_t childLocks[kChildLocks];
+
+  // Reports.
+  uint32_t logLock;
+  FILE* logFile;
+  ZrHeapLogCallback logCallback;
+  int checkCounter;
+  size_t showMaximumBytes = 200;
+  std::atomic<void*> reportedBlock{nullptr};
+  std::atomic<bool> reporting{false};
+};
+
+Heap& heap();
+void ensureStarted();
+
+// ---- Block access.
+inline ZrHeapBlockHeader* headerOf(void* u) {
+  return reinterpret_cast<ZrHeapBlockHeader*>(static_cast<char*>(u) - kDebugHeader);
+}
+inline uintptr_t wordOf(void* u) { return headerOf(u)->blockWord; }
+inline bool isFreed(void* u) { return wordOf(u) == ZRHEAP_FREED_WORD; }
+inline int indexOfWord(uintptr_t word) { return static_cast<int>((word & ZRHEAP_INDEX_MASK) >> 8); }
+inline int slotOfWord(uintptr_t word) { return static_cast<int>(word & ZRHEAP_SLOT_MASK); }
+// A block word's address and the U it belongs to.
+inline char* blockWordAddress(void* u) { return static_cast<char*>(u) - kWordHeader; }
+inline void* userOfWord(void* wordAddress) { return static_cast<char*>(wordAddress) + kWordHeader; }
+// A child header's address (of the previous link) and the U it belongs to.
+inline void* childHeaderOf(void* u) { return static_cast<char*>(u) - kChildHeader; }
+inline void* userOfChildHeader(void* childHeader) { return static_cast<char*>(childHeader) + kChildHeader; }
+
+// The guard suffix may sit at any byte address.
+struct __attribute__((packed)) UnalignedWord {
+  uintptr_t value;
+};
+inline uintptr_t readSuffix(void* u, size_t size, int copy) {
+  return reinterpret_cast<UnalignedWord*>(static_cast<char*>(u) + size + copy * kW)->value;
+}
+inline void writeSuffix(void* u, size_t size, uintptr_t serial) {
+  reinterpret_cast<UnalignedWord*>(static_cast<char*>(u) + size)->value = serial;
+  reinterpret_cast<UnalignedWord*>(static_cast<char*>(u) + size + kW)->value = serial;
+}
+
+// ---- Size classes.
+int sizeIndexOf(size_t n);
+// Bytes a small block of class index i takes from the small region.
+inline size_t smallCost(const Heap& h, int i, bool debug) {
+  size_t raw = h.classSize[i] + (debug ? kMaxOverhead : kChildHeader);
+  return (raw + kW - 1) & ~(kW - 1);
+}
+// The size range a class serves for a request: up to the class, less the
+// overhead from the first large class on.
+inline size_t classUpperBound(const Heap& h, int i) {
+  return i >= h.firstLargeIndex ? h.classSize[i] - kMaxOverhead : h.classSize[i];
+}
+inline size_t roundUpToPage(const Heap& h, size_t n) { return (n + h.pageSize - 1) & ~(h.pageSize - 1); }
+
+// ---- Virtual memory and the buddy system (szrheap_buddy.cpp).
+char* allocVM(size_t size);
+bool commitVM(char* address, size_t size);
+void decommitVM(char* address, size_t size);
+void initBuddySystem(char* base, size_t size);
+BuddyBlock* allocBuddyBlock(int index, bool largerAllowed);
+void freeBuddyBlock(BuddyBlock* node);
+// Gives a node back to the free lists without touching counts or memory.
+void releaseBuddyNode(BuddyBlock* node);
+// Cuts n bytes from the current small region; null when memory runs out.
+char* cutSmallRegion(size_t n);
+// True while this thread holds the small lock (the dump must not wait on it).
+bool smallLockHeldHere();
+
+// ---- Reports (szrheap_report.cpp).
+void writeLine(const char* text);
+void writeFormatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void writeRule();
+void traceBlock(void* u, const char* label);
+void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// Writes the error and the bad block report; does not return, except for a
+// further bad block found while a report is under way.
+void fatal(void* u, const char* message);
+void fatalFormatted(void* u, const char* format, ...) __attribute__((format(printf, 2, 3)));
+void lockAll();
+void unlockAll();
+
+// ---- AddressSanitizer poisoning of what callers must not touch.
+void poison(const void* address, size_t size);
+void unpoison(const void* address, size_t size);
+
+}  // namespace zr::heap
+
+#endif
