@@ -185,6 +185,12 @@ void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void fatal(void* u, const char* message);
 void fatalFormatted(void* u, const char* format, ...) __attribute__((format(printf, 2, 3)));
 void lockAll();
+// Blocks and bytes of one size index, summed over the slots, with the buddy
+// system's free blocks of that index; what the dump's summary shows.
+struct IndexTotals {
+  unsigned long freeCount = 0, usedCount = 0, freeBytes = 0, usedBytes = 0;
+};
+IndexTotals indexTotals(int index);
 void unlockAll();
 
 // ---- AddressSanitizer poisoning of what callers must not touch.

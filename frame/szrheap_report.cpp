@@ -42,7 +42,9 @@ void blockLine(void* u, const char* label) {
     writeFormatted("%p  %s %s (size %lu, file %.800s, line %d)", u, label, hdr->typeName ? hdr->typeName : "",
                    static_cast<unsigned long>(hdr->currentSize), baseName(hdr->file), static_cast<int>(hdr->line));
   } else {
-    writeFormatted("%p  %s (size %lu)", u, label, static_cast<unsigned long>(ZrHeap_size(u)));
+    // A freed block's word no longer names its class.
+    unsigned long size = w == ZRHEAP_FREED_WORD ? 0 : static_cast<unsigned long>(ZrHeap_size(u));
+    writeFormatted("%p  %s (size %lu)", u, label, size);
   }
 }
 
@@ -132,11 +134,10 @@ void badBlockReport(void* u) {
   std::abort();
 }
 
-struct IndexTotals {
-  unsigned long freeCount = 0, usedCount = 0, freeBytes = 0, usedBytes = 0;
-};
+}  // namespace
 
-IndexTotals totalsOf(const Heap& h, int i) {
+IndexTotals indexTotals(int i) {
+  const Heap& h = heap();
   IndexTotals t;
   const bool small = h.classSize[i] < h.largeMinSize;
   for (int s = 0; s < kSlots; ++s) {
@@ -160,6 +161,8 @@ IndexTotals totalsOf(const Heap& h, int i) {
   return t;
 }
 
+namespace {
+
 void writeSummary(const Heap& h) {
   writeLine(kRule);
   writeLine("ZR Heap Summary:");
@@ -173,7 +176,7 @@ void writeSummary(const Heap& h) {
   unsigned long smallFree = 0, smallUsed = 0;
   unsigned long lower = 0;
   for (int i = 0; i <= h.lastIndex; ++i) {
-    IndexTotals t = totalsOf(h, i);
+    IndexTotals t = indexTotals(i);
     unsigned long upper = classUpperBound(h, i);
     if (t.freeCount + t.usedCount) {
       char line[256];

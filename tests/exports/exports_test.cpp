@@ -20,7 +20,13 @@ TEST(Exports, FrameAndHeapNamesAreVisible) {
   for (const char* name :
        {"WEP", "ZRSHR_FeatureUnsupported", "ZR_RT_SetEnvironment", "ZR_RT_GetEnvironment", "ZR_RT_SetLocale",
         "os_openlib", "os_closelib", "os_get_funcptr", "shGetInstance", "shIsTerminalServiceClientSession",
-        "osAssert", "os_vfprintf", "_os_fprintf"}) {
+        "osAssert", "os_vfprintf", "_os_fprintf", "ZrHeap_init", "ZrHeap_alloc", "ZrHeap__alloc", "ZrHeap_malloc",
+        "ZrHeap_calloc", "ZrHeap_realloc", "ZrHeap_free", "ZrHeap_freeIfParent", "ZrHeap_adopt", "ZrHeap_parent",
+        "ZrHeap_size", "ZrHeap_sizeEx", "ZrHeap_resize", "ZrHeap_allocPool", "ZrHeap_freePool",
+        "ZrHeap_allocFromPool", "ZrHeap_poolSize", "ZrHeap_userData", "ZrHeap_totalSizeVM", "ZrHeap_debugOn",
+        "ZrHeap_debugOff", "ZrHeap_checkOn", "ZrHeap_checkOff", "ZrHeap_traceOn", "ZrHeap_traceOff",
+        "ZrHeap_check", "ZrHeap_checkAll", "ZrHeap_dump", "ZrHeap_log", "ZrHeap_error", "ZrHeap_exception",
+        "ZrHeap_setCheckInterval", "ZrHeap_showFullPath", "ZrHeap_showBufferMaximumBytes"}) {
     EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
   }
 }

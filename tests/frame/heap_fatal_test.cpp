@@ -1,0 +1,158 @@
+// Misuse ends the process with the heap's report; these run as death tests.
+#include <gtest/gtest.h>
+
+#include "tests/frame/heap_test_support.h"
+
+namespace zr::heap {
+namespace {
+
+using testing::reportToStderr;
+
+// Writes where the sanitizer would stop the test before the heap can look.
+__attribute__((no_sanitize("address"))) void scribble(void* at, unsigned char value) {
+  *static_cast<volatile unsigned char*>(at) = value;
+}
+
+class HeapFatal : public ::testing::Test {
+ protected:
+  void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
+};
+
+TEST_F(HeapFatal, DoubleFreeOfASmallBlock) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* p = ZrHeap_malloc(50);
+        ZrHeap_free(p);
+        ZrHeap_free(p);
+      },
+      "ZR Heap Manager Error:\nfree: block was previously freed\n(.|\n)*"
+      "Block Header \\(Freed block\\)(.|\n)*parent \\(size 0\\)\n(.|\n)*Now checking all other heap blocks...\n(.|\n)*"
+      "Please set environment variable ZR_HEAP_DEBUG=true and re-test.");
+}
+
+TEST_F(HeapFatal, OverrunOfADebugBlockIsCaughtByItsGuard) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_debugOn();
+        char* p = static_cast<char*>(ZrHeap__alloc(10, "Buffer", "alloc", "free", "c:\\work\\widget.cpp", 77, nullptr));
+        scribble(p + 10, 0);
+        ZrHeap_free(p);
+      },
+      "check: invalid guard suffix \\(address: 0x[0-9a-f]+\\)(.|\n)*Block Header \\(Debug\\)(.|\n)*User Buffer"
+      "(.|\n)*Guard Suffix(.|\n)*parent Buffer \\(size 10, file widget.cpp, line 77\\)(.|\n)*"
+      "Please check usage of heap blocks allocated at:\n file: c:.work.widget.cpp\n line: 77");
+}
+
+TEST_F(HeapFatal, PrefixMismatchWhenBothSuffixCopiesAgree) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_debugOn();
+        char* p = static_cast<char*>(ZrHeap__alloc(8, "T", "alloc", "free", "f.cpp", 1, nullptr));
+        scribble(p + 8, 0x11);
+        scribble(p + 8 + sizeof(void*), 0x11);
+        ZrHeap_check(p);
+      },
+      "check: invalid guard prefix \\(address: 0x[0-9a-f]+\\)");
+}
+
+TEST_F(HeapFatal, CheckAllFindsEveryOtherBadBlock) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_debugOn();
+        char* a = static_cast<char*>(ZrHeap__alloc(8, "First", "alloc", "free", "f.cpp", 1, nullptr));
+        char* b = static_cast<char*>(ZrHeap__alloc(8, "Second", "alloc", "free", "f.cpp", 2, nullptr));
+        scribble(a + 8, 0x22);
+        scribble(b + 8, 0x33);
+        ZrHeap_check(b);
+      },
+      "Second(.|\n)*Now checking all other heap blocks...(.|\n)*invalid guard suffix(.|\n)*First(.|\n)*line: 2");
+}
+
+TEST_F(HeapFatal, AdoptMisuse) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_adopt(nullptr, ZrHeap_malloc(8));
+      },
+      "adopt: child is NULL");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* parent = ZrHeap_malloc(8);
+        void* child = ZrHeap_malloc(8);
+        ZrHeap_adopt(child, parent);
+        ZrHeap_adopt(child, parent);  // the same parent again is misuse too
+      },
+      "adopt: child block was already adopted");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* gone = ZrHeap_malloc(200);
+        ZrHeap_free(gone);
+        ZrHeap__alloc(8, "T", "alloc", "free", "f.cpp", 1, gone);
+      },
+      "alloc: parent was already freed");
+}
+
+TEST_F(HeapFatal, ResizeOutsideItsRange) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_resize(nullptr, 0, 10, 0, 20);
+      },
+      "resize: block is NULL");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* p = ZrHeap_malloc(100);
+        ZrHeap_resize(p, 128, 50, 97, 128);
+      },
+      "resize: new size is less than minimum size");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* p = ZrHeap_malloc(100);
+        ZrHeap_resize(p, 128, 129, 97, 128);
+      },
+      "resize: new size is greater than maximum size");
+}
+
+TEST_F(HeapFatal, NullPools) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_userData(nullptr);
+      },
+      "poolSize: pool is NULL");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_allocFromPool(8, nullptr, nullptr);
+      },
+      "allocFromPool: pool is NULL");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_freePool(nullptr);
+      },
+      "freePool: pool is NULL");
+}
+
+TEST_F(HeapFatal, FreedLargeBlockMemoryFaults) {
+  // The memory of a freed large block is decommitted: touching it faults.
+  EXPECT_DEATH(
+      {
+        char* p = static_cast<char*>(ZrHeap_malloc(100000));
+        p[50000] = 1;
+        ZrHeap_free(p);
+        scribble(p + 50000, 2);
+      },
+      "");
+}
+
+}  // namespace
+}  // namespace zr::heap
