@@ -3,7 +3,6 @@
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 
 #include "frame/szrheap_internal.h"
 #include "platform/dynlib.h"
@@ -187,8 +186,15 @@ int sizeIndexOf(size_t n) {
 
 void ensureStarted() {
   if (heap().started.load(std::memory_order_acquire)) return;
-  static std::once_flag once;
-  std::call_once(once, startHeap);
+  // The first caller starts the heap; a racing second one waits for it.
+  static std::atomic<int> state{0};
+  int expected = 0;
+  if (state.compare_exchange_strong(expected, 1)) {
+    startHeap();
+    state.store(2);
+  } else {
+    while (state.load() != 2) platform::yieldThread();
+  }
 }
 
 }  // namespace zr::heap

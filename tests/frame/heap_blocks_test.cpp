@@ -109,6 +109,7 @@ TEST(HeapBlocks, ReallocKeepsTheParent) {
 }
 
 TEST(HeapBlocks, LargestRequestPassesAndOneMoreFails) {
+  ZrHeap_init();
   testing::CapturedLog log;
   const size_t limit = heap().maxBlockSize - kMaxOverhead;
   void* over = ZrHeap_malloc(limit + 1);
