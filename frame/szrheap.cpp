@@ -13,20 +13,22 @@ const HeapTypeInfo kMallocInfo = {"void*", "malloc", "free", "szrheap", 0};
 const HeapTypeInfo kCallocInfo = {"void*", "calloc", "free", "szrheap", 0};
 const HeapTypeInfo kReallocInfo = {"void*", "realloc", "free", "szrheap", 0};
 
+// Constant-initialised, so reading it needs no initialisation check.
+thread_local uint32_t t_threadId = 0;
+
 // Picks the thread slot for a size index (see the heap's design notes in
 // zrheap.h): the slot this thread used last, or the least recently used.
 int slotOf(Heap& h, int index) {
   if (index > h.mpMaxIndex) return 0;
-  uint32_t tick = h.tick.fetch_add(1, std::memory_order_relaxed) + 1;
-  if (tick < 1) {
-    h.tick.store(1, std::memory_order_relaxed);
-    tick = 1;
-  }
-  const uint32_t self = platform::currentThreadId();
+  uint32_t tick = __atomic_load_n(&h.tick, __ATOMIC_RELAXED) + 1;
+  if (tick < 1) tick = 1;
+  __atomic_store_n(&h.tick, tick, __ATOMIC_RELAXED);
+  const uint32_t self = t_threadId ? t_threadId : (t_threadId = platform::currentThreadId());
   int oldest = 0;
   for (int s = 0; s <= h.mpMaxSlot; ++s) {
     if (h.slots[s].threadId == self) {
-      h.slots[s].tick = tick;
+      // Only the tick's order matters; skip the store while it is fresh.
+      if (tick - h.slots[s].tick > 64) h.slots[s].tick = tick;
       return s;
     }
     if (h.slots[s].tick < h.slots[oldest].tick) oldest = s;

@@ -1,5 +1,5 @@
 // Start-up of the heap: settings from the environment, the size class table,
-// the first reservation. Also the spin lock's slow path and poisoning.
+// the first reservation. Also the spin lock's slow path.
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
@@ -9,16 +9,9 @@
 #include "platform/system.h"
 #include "platform/vm.h"
 
-#if ZR_HEAP_POISON
-#include <sanitizer/asan_interface.h>
-#endif
-
 namespace zr::heap {
 
-Heap& heap() {
-  static Heap* h = new Heap();  // never dismantled: blocks outlive static destructors
-  return *h;
-}
+constinit Heap g_heap{};
 
 void spinWait(uint32_t* l) {
   unsigned n = 1;
@@ -31,22 +24,6 @@ void spinWait(uint32_t* l) {
       n = 1;
     }
   }
-}
-
-void poison(const void* address, size_t size) {
-#if ZR_HEAP_POISON
-  __asan_poison_memory_region(address, size);
-#else
-  (void)address, (void)size;
-#endif
-}
-
-void unpoison(const void* address, size_t size) {
-#if ZR_HEAP_POISON
-  __asan_unpoison_memory_region(address, size);
-#else
-  (void)address, (void)size;
-#endif
 }
 
 namespace {
@@ -175,17 +152,14 @@ void startHeap() {
 
 }  // namespace
 
-int sizeIndexOf(size_t n) {
+int largeSizeIndexOf(size_t e) {
   const Heap& h = heap();
-  size_t e = n + kMaxOverhead < h.largeMinSize ? n : n + kMaxOverhead;
-  if ((e + 3) / 4 < sizeof h.smallIndexBy4) return h.smallIndexBy4[(e + 3) / 4];
   int i = 0;
   while (i < h.lastIndex && h.classSize[i] < e) ++i;
   return i;
 }
 
-void ensureStarted() {
-  if (heap().started.load(std::memory_order_acquire)) return;
+void startOnce() {
   // The first caller starts the heap; a racing second one waits for it.
   static std::atomic<int> state{0};
   int expected = 0;

@@ -39,7 +39,8 @@ void spinWait(uint32_t* lock);
 inline void lock(uint32_t* l) {
   if (__atomic_exchange_n(l, 1u, __ATOMIC_ACQUIRE) != 0) spinWait(l);
 }
-inline void unlock(uint32_t* l) { __atomic_exchange_n(l, 0u, __ATOMIC_RELEASE); }
+// A release store does what the exchange with 0 did, without a locked cycle.
+inline void unlock(uint32_t* l) { __atomic_store_n(l, 0u, __ATOMIC_RELEASE); }
 inline void lock(uintptr_t* l) { lock(reinterpret_cast<uint32_t*>(l)); }
 inline void unlock(uintptr_t* l) { unlock(reinterpret_cast<uint32_t*>(l)); }
 
@@ -51,7 +52,8 @@ struct alignas(64) SlotRow {
   long plainFree, plainUsed, debugFree, debugUsed;
 };
 
-struct SlotOwner {
+// One cache line per slot: threads on different slots never share a line.
+struct alignas(64) SlotOwner {
   uint32_t threadId;
   uint32_t tick;
 };
@@ -78,7 +80,7 @@ struct Heap {
 
   // Thread slots.
   SlotOwner slots[kSlots];
-  std::atomic<uint32_t> tick{0};
+  uint32_t tick;  // approximate on purpose: racing updates only blur the LRU order
   SlotRow rows[kMaxClasses][kSlots];
 
   // Buddy system.
@@ -116,8 +118,14 @@ struct Heap {
   std::atomic<bool> reporting{false};
 };
 
-Heap& heap();
-void ensureStarted();
+// The one heap of the process, zero-initialised before any code runs and
+// never destroyed: blocks outlive static destructors.
+extern constinit Heap g_heap;
+inline Heap& heap() { return g_heap; }
+void startOnce();
+inline void ensureStarted() {
+  if (!g_heap.started.load(std::memory_order_acquire)) startOnce();
+}
 
 // ---- Block access.
 inline ZrHeapBlockHeader* headerOf(void* u) {
@@ -147,7 +155,15 @@ inline void writeSuffix(void* u, size_t size, uintptr_t serial) {
 }
 
 // ---- Size classes.
-int sizeIndexOf(size_t n);
+int largeSizeIndexOf(size_t e);
+// The class for a request of n bytes: the overhead counts only where the
+// request plus overhead no longer fits a small class.
+inline int sizeIndexOf(size_t n) {
+  const Heap& h = g_heap;
+  size_t e = n + kMaxOverhead < h.largeMinSize ? n : n + kMaxOverhead;
+  if ((e + 3) / 4 < sizeof h.smallIndexBy4) return h.smallIndexBy4[(e + 3) / 4];
+  return largeSizeIndexOf(e);
+}
 // Bytes a small block of class index i takes from the small region.
 inline size_t smallCost(const Heap& h, int i, bool debug) {
   size_t raw = h.classSize[i] + (debug ? kMaxOverhead : kChildHeader);
@@ -194,8 +210,16 @@ IndexTotals indexTotals(int index);
 void unlockAll();
 
 // ---- AddressSanitizer poisoning of what callers must not touch.
-void poison(const void* address, size_t size);
-void unpoison(const void* address, size_t size);
+#if ZR_HEAP_POISON
+}  // namespace zr::heap
+#include <sanitizer/asan_interface.h>
+namespace zr::heap {
+inline void poison(const void* address, size_t size) { __asan_poison_memory_region(address, size); }
+inline void unpoison(const void* address, size_t size) { __asan_unpoison_memory_region(address, size); }
+#else
+inline void poison(const void*, size_t) {}
+inline void unpoison(const void*, size_t) {}
+#endif
 
 }  // namespace zr::heap
 
