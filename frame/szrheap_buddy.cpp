@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cctype>
 #include <cstring>
+#include <iterator>
 
 #include "frame/szrheap_internal.h"
 #include "platform/system.h"
@@ -55,8 +56,28 @@ void unlinkFree(Heap& h, BuddyBlock* node) {
   node->freePrevious = node->freeNext = nullptr;
 }
 
+// Nodes are taken from chunks of the C runtime's malloc, kept on a list so
+// that they stay reachable; they are never freed.
+struct NodeChunk {
+  NodeChunk* next;
+  size_t used;
+  BuddyBlock nodes[1024];
+};
+
+BuddyBlock* takeNode(Heap& h) {
+  auto*& chunk = reinterpret_cast<NodeChunk*&>(h.nodeChunks);
+  if (!chunk || chunk->used == std::size(chunk->nodes)) {
+    auto* fresh = static_cast<NodeChunk*>(std::malloc(sizeof(NodeChunk)));
+    if (!fresh) return nullptr;
+    fresh->next = chunk;
+    fresh->used = 0;
+    chunk = fresh;
+  }
+  return &chunk->nodes[chunk->used++];
+}
+
 BuddyBlock* newBuddyBlock(Heap& h, char* address, int index) {
-  auto* node = static_cast<BuddyBlock*>(std::malloc(sizeof(BuddyBlock)));
+  BuddyBlock* node = takeNode(h);
   if (!node) {
     ZrHeap_exception("newBuddyBlock failed (size %lu)", static_cast<unsigned long>(h.classSize[index]));
     return nullptr;

@@ -86,6 +86,7 @@ struct Heap {
   // Buddy system.
   uint32_t buddyLock;
   BuddyBlock* buddyFree[kMaxClasses];
+  void* nodeChunks;  // where buddy nodes come from
   size_t wasteBytes, wasteCount;
 
   // Small region.

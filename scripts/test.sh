@@ -9,6 +9,6 @@ scripts/setup.sh build-test
 ctest --test-dir build-test --output-on-failure -j "$jobs"
 
 scripts/setup.sh build-asan -DZR_SANITIZE=ON -DCMAKE_BUILD_TYPE=Debug
-ASAN_OPTIONS=detect_leaks=0:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
   ctest --test-dir build-asan --output-on-failure -j "$jobs"
 echo "all tests passed"

@@ -156,3 +156,36 @@ TEST_F(HeapFatal, FreedLargeBlockMemoryFaults) {
 
 }  // namespace
 }  // namespace zr::heap
+
+#if defined(__SANITIZE_ADDRESS__)
+namespace zr::heap {
+namespace {
+
+// Under AddressSanitizer the heap poisons what a caller must not touch.
+TEST(HeapPoisoning, UseAfterFreeAndOverrunAreCaught) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_DEATH(
+      {
+        auto* p = static_cast<volatile char*>(ZrHeap_malloc(40));
+        ZrHeap_free(const_cast<char*>(p));
+        p[0] = 1;
+      },
+      "use-after-poison");
+  EXPECT_DEATH(
+      {
+        auto* p = static_cast<volatile char*>(ZrHeap_malloc(20000));
+        p[20000] = 1;
+      },
+      "use-after-poison");
+  EXPECT_DEATH(
+      {
+        ZrHeap_debugOn();
+        auto* p = static_cast<volatile char*>(ZrHeap_malloc(10));
+        p[10] = 1;  // the guard suffix
+      },
+      "use-after-poison");
+}
+
+}  // namespace
+}  // namespace zr::heap
+#endif
