@@ -37,7 +37,7 @@ void lowMemoryCheck(Heap& h) {
   writeLine("ZR HEAP WARNING: Available virtual memory at low level");
   writeFormatted("Total Virtual Memory = %lu bytes", static_cast<unsigned long>(status.totalBytes));
   writeFormatted("Available Virtual Memory = %lu bytes", static_cast<unsigned long>(status.availableBytes));
-  ZrHeap_dump(2);
+  dumpReport(2);
   if (h.externalDump) h.externalDump(2);
 }
 

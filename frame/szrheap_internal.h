@@ -201,6 +201,8 @@ void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // further bad block found while a report is under way.
 void fatal(void* u, const char* message);
 void fatalFormatted(void* u, const char* format, ...) __attribute__((format(printf, 2, 3)));
+// The dump without starting the heap: the low-memory warning runs during start-up.
+void dumpReport(int mode);
 void lockAll();
 // Blocks and bytes of one size index, summed over the slots, with the buddy
 // system's free blocks of that index; what the dump's summary shows.

@@ -358,6 +358,12 @@ ZRAPI void ZrHeap_checkAll(void) {
 
 ZRAPI void ZrHeap_dump(int mode) {
   ensureStarted();
+  dumpReport(mode);
+}
+
+namespace zr::heap {
+
+void dumpReport(int mode) {
   Heap& h = heap();
   lockAll();
   if (!(mode & 2)) {
@@ -373,6 +379,8 @@ ZRAPI void ZrHeap_dump(int mode) {
   writeSummary(h);
   unlockAll();
 }
+
+}  // namespace zr::heap
 
 ZRAPI void ZrHeap_log(FILE* file, ZrHeapLogCallback callback) {
   Heap& h = heap();

@@ -100,6 +100,15 @@ TEST(HeapEnvironment, TraceAndPrintSizeIndex) {
   EXPECT_TRUE(has(out, "\nf0x")) << out;
 }
 
+TEST(HeapEnvironment, LowMemoryWarningFiresOncePerNewLow) {
+  std::string out = runProbe("ZR_HEAP_LOGFILENAME=/dev/stdout ZR_MEMLOW_WARNING_THRESHOLD=100000G", "settings");
+  size_t first = out.find("ZR HEAP WARNING: Available virtual memory at low level\nTotal Virtual Memory = ");
+  ASSERT_NE(first, std::string::npos) << out;
+  EXPECT_TRUE(has(out, "\nAvailable Virtual Memory = ")) << out;
+  EXPECT_TRUE(has(out, "ZR Heap Summary:")) << out;
+  EXPECT_TRUE(has(out, "memLowThreshold=107374182400000\n")) << out;
+}
+
 TEST(HeapEnvironment, LogFileOverwriteAndAppend) {
   std::string path = ::testing::TempDir() + "zrheap_log.txt";
   std::remove(path.c_str());
