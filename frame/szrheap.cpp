@@ -128,7 +128,9 @@ static void* allocate(size_t n, const HeapTypeInfo* info, void* parent) {
   char* u = nullptr;
   BuddyBlock* node = nullptr;
 
-  if (!large) {
+  if (!large && !debug && (u = static_cast<char*>(cachePop(i)))) {
+    u = static_cast<char*>(userOfWord(u));
+  } else if (!large) {
     SlotRow& row = h.rows[i][slot];
     lock(&row.lock);
     char* word = debug ? row.debugHead : row.plainHead;
@@ -293,6 +295,8 @@ ZRAPI void ZrHeap_free(void* u) {
   if (h.classSize[i] < h.largeMinSize) {
     bool debugBlock = word & ZRHEAP_FLAG_DEBUG;
     poison(u, (word & ZRHEAP_FLAG_LARGE) ? hdr->currentSize : h.classSize[i]);
+    hdr->blockWord = ZRHEAP_FREED_WORD;
+    if (!debugBlock && cachePush(i, blockWordAddress(u))) return;
     SlotRow& row = h.rows[i][slotOfWord(word)];
     lock(&row.lock);
     char*& head = debugBlock ? row.debugHead : row.plainHead;
@@ -305,7 +309,6 @@ ZRAPI void ZrHeap_free(void* u) {
       --row.plainUsed;
       ++row.plainFree;
     }
-    hdr->blockWord = ZRHEAP_FREED_WORD;
     unlock(&row.lock);
   } else if (!(word & ZRHEAP_FLAG_LARGE)) {
     fatal(u, "free: missing large header");

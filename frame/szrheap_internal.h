@@ -27,6 +27,8 @@ constexpr size_t kMaxOverhead = kDebugHeader + kGuardSuffix;
 constexpr int kMaxClasses = 100;
 constexpr int kSlots = 32;
 constexpr int kChildLocks = 16;
+constexpr int kMaxSmallClasses = 31;  // the most small classes a page size allows
+constexpr uint32_t kCacheDepth = 16;  // plain blocks a thread keeps per class
 constexpr uint32_t kFirstSerial = 0x12345678u;
 constexpr size_t kDefaultHeapSize = 0x1F8000;
 constexpr size_t kDefaultPoolThreshold = 0x40000;
@@ -109,6 +111,10 @@ struct Heap {
 
   uint32_t childLocks[kChildLocks];
 
+  // Registered thread caches.
+  uint32_t cacheLock;
+  void* caches;
+
   // Reports.
   uint32_t logLock;
   FILE* logFile;
@@ -190,6 +196,12 @@ void releaseBuddyNode(BuddyBlock* node);
 char* cutSmallRegion(size_t n);
 // True while this thread holds the small lock (the dump must not wait on it).
 bool smallLockHeldHere();
+
+// ---- Thread cache (szrheap_cache.cpp). Only plain small blocks of the
+// freeing thread go there; a full cache sends blocks to the shared lists.
+char* cachePop(int index);               // a cached block's word, or null
+bool cachePush(int index, char* word);   // false when the class is full
+long cachedBlocks(int index);            // held by all threads' caches
 
 // ---- Reports (szrheap_report.cpp).
 void writeLine(const char* text);

@@ -154,6 +154,14 @@ IndexTotals indexTotals(int i) {
       t.usedBytes += static_cast<unsigned long>((r.plainUsed + r.debugUsed) * static_cast<long>(h.classSize[i]));
     }
   }
+  // Blocks in thread caches are free, though their rows count them in use.
+  if (long cached = cachedBlocks(i)) {
+    unsigned long bytes = static_cast<unsigned long>(cached) * smallCost(h, i, false);
+    t.freeCount += static_cast<unsigned long>(cached);
+    t.usedCount -= static_cast<unsigned long>(cached);
+    t.freeBytes += bytes;
+    t.usedBytes -= bytes;
+  }
   for (const BuddyBlock* b = h.buddyFree[i]; b; b = b->freeNext) {
     t.freeCount += 1;
     t.freeBytes += b->size;

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <thread>
 
 #include "tests/frame/heap_test_support.h"
 
@@ -31,6 +32,21 @@ TEST(HeapBlocks, FreedSmallBlockIsReusedBySameClassAndThread) {
   void* b = ZrHeap_malloc(120);  // same class, 128
   EXPECT_EQ(a, b);
   ZrHeap_free(b);
+}
+
+TEST(HeapBlocks, BlocksFreedByAnEndedThreadStayFree) {
+  const int index = sizeIndexOf(700);
+  const IndexTotals before = indexTotals(index);
+  std::thread([] {
+    void* blocks[40];
+    for (void*& b : blocks) b = ZrHeap_malloc(700);
+    for (void* b : blocks) ZrHeap_free(b);
+  }).join();
+  const IndexTotals after = indexTotals(index);
+  EXPECT_EQ(after.usedCount, before.usedCount);
+  EXPECT_GE(after.freeCount, 40u);
+  EXPECT_EQ(after.freeBytes + after.usedBytes - before.freeBytes - before.usedBytes,
+            (after.freeCount - before.freeCount) * smallCost(heap(), index, false));
 }
 
 TEST(HeapBlocks, CallocZeroesAndFreeNullIsHarmless) {
