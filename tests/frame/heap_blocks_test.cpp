@@ -35,6 +35,7 @@ TEST(HeapBlocks, FreedSmallBlockIsReusedBySameClassAndThread) {
 }
 
 TEST(HeapBlocks, BlocksFreedByAnEndedThreadStayFree) {
+  ZrHeap_init();
   const int index = sizeIndexOf(700);
   const IndexTotals before = indexTotals(index);
   std::thread([] {
