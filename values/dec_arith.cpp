@@ -1,5 +1,6 @@
 // Comparison, sign, rounding, addition and multiplication of decimals.
 #include <cstring>
+#include <utility>
 
 #include "values/dec_work.h"
 
