@@ -182,51 +182,35 @@ BENCHMARK(IntelBidToText)->Name("to_text/intel_bid128");
 #endif
 
 #ifdef ZR_BENCH_DECIMAL128
+#include <decimal/decimal>
+
 namespace {
 
-// The operands of kA and kB as coefficient and exponent.
-_Decimal128 gccA() { return _Decimal128(123456789012345678901234567891.0DL) / 1000000.0DL; }
-_Decimal128 gccB() { return _Decimal128(987654321098765432109876543211.0DL) / 1000000000000000000000000.0DL; }
+using std::decimal::decimal128;
 
-void Gcc128Add(benchmark::State& state) {
-  _Decimal128 a = gccA(), b = gccB();
+// kA and kB as coefficient and exponent, built from two halves each.
+decimal128 gccA() {
+  return (std::decimal::make_decimal128(123456789012345LL, 15) + std::decimal::make_decimal128(678901234567891LL, 0)) /
+         decimal128(1000000);
+}
+decimal128 gccB() {
+  return (std::decimal::make_decimal128(987654321098765LL, 15) + std::decimal::make_decimal128(432109876543211LL, 0)) /
+         std::decimal::make_decimal128(1LL, 24);
+}
+
+template <typename Op>
+void Gcc128(benchmark::State& state, Op op) {
+  decimal128 a = gccA(), b = gccB();
   for (auto _ : state) {
     benchmark::DoNotOptimize(a);
-    _Decimal128 r = a + b;
+    auto r = op(a, b);
     benchmark::DoNotOptimize(r);
   }
 }
-BENCHMARK(Gcc128Add)->Name("add/gcc_decimal128");
-
-void Gcc128Multiply(benchmark::State& state) {
-  _Decimal128 a = gccA(), b = gccB();
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(a);
-    _Decimal128 r = a * b;
-    benchmark::DoNotOptimize(r);
-  }
-}
-BENCHMARK(Gcc128Multiply)->Name("multiply/gcc_decimal128");
-
-void Gcc128Divide(benchmark::State& state) {
-  _Decimal128 a = gccA(), b = gccB();
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(a);
-    _Decimal128 r = a / b;
-    benchmark::DoNotOptimize(r);
-  }
-}
-BENCHMARK(Gcc128Divide)->Name("divide/gcc_decimal128");
-
-void Gcc128Compare(benchmark::State& state) {
-  _Decimal128 a = gccA(), b = gccB();
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(a);
-    bool less = a < b;
-    benchmark::DoNotOptimize(less);
-  }
-}
-BENCHMARK(Gcc128Compare)->Name("compare/gcc_decimal128");
+BENCHMARK_CAPTURE(Gcc128, add, [](decimal128 a, decimal128 b) { return a + b; })->Name("add/gcc_decimal128");
+BENCHMARK_CAPTURE(Gcc128, multiply, [](decimal128 a, decimal128 b) { return a * b; })->Name("multiply/gcc_decimal128");
+BENCHMARK_CAPTURE(Gcc128, divide, [](decimal128 a, decimal128 b) { return a / b; })->Name("divide/gcc_decimal128");
+BENCHMARK_CAPTURE(Gcc128, compare, [](decimal128 a, decimal128 b) { return a < b; })->Name("compare/gcc_decimal128");
 
 }  // namespace
 #endif

@@ -47,7 +47,7 @@ char16_t* shDecToAscii(char16_t* buffer, const SH_DEC* src) {
   int count = 0;
   DecWork v = load(*src);
   while (!isZero(v.w)) {
-    uint32_t chunk = divRem32(v.w, kBillion);
+    uint32_t chunk = divRemBillion(v.w);
     for (int i = 0; i < 9; ++i, chunk /= 10) digits[count++] = uint8_t(chunk % 10);
   }
   writeNumber(buffer, digits, count, scale, count > 0 && (src->flags & SH_DEC_NEGATIVE));

@@ -2,6 +2,7 @@
 #include "values/dec_work.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 namespace zr::dec {
@@ -53,28 +54,53 @@ int compareWords(const uint32_t* a, const uint32_t* b) {
 int digitCount(const uint32_t* w) {
   int top = topWord(w);
   if (top < 0) return 0;
-  if (top == kWords - 1 && w[top] > kPow10.rows[60][top]) return 61;
-  // 2^(32 top) <= w < 2^(32 (top + 1)) brackets the count; log10(2) ~ 0.30103.
-  int lo = top * 32 * 30103 / 100000;
-  int hi = std::min(61, (top + 1) * 32 * 30103 / 100000 + 1);
-  while (lo < hi) {
-    int mid = (lo + hi) / 2;
-    if (mid <= 60 && compareWords(w, kPow10.rows[mid]) < 0)
-      hi = mid;
-    else
-      lo = mid + 1;
-  }
-  return lo;
+  // With b significant bits the count is floor(b log10 2) or one more;
+  // 1233 / 4096 gives that floor exactly for every b up to 224.
+  int bits = 32 * top + 32 - std::countl_zero(w[top]);
+  int t = (bits * 1233) >> 12;
+  if (t > 60) return 61;
+  return t + (compareWords(w, kPow10.rows[t]) >= 0 ? 1 : 0);
 }
 
 void mulAdd32(uint32_t* w, uint32_t m, uint32_t add) {
   uint64_t carry = add;
-  for (int i = 0; i < kWords; ++i) {
+  int end = std::min(kWords, topWord(w) + 2);
+  for (int i = 0; i < end; ++i) {
     uint64_t t = uint64_t(w[i]) * m + carry;
     w[i] = uint32_t(t);
     carry = t >> 32;
   }
 }
+
+namespace {
+
+// A divisor known at compile time becomes a multiplication by its reciprocal.
+template <uint32_t D>
+uint32_t divRemBy(uint32_t* w) {
+  uint64_t rem = 0;
+  for (int i = topWord(w); i >= 0; --i) {
+    uint64_t cur = (rem << 32) | w[i];
+    w[i] = uint32_t(cur / D);
+    rem = cur % D;
+  }
+  return uint32_t(rem);
+}
+
+uint32_t divRemPow10(uint32_t* w, int n) {
+  switch (n) {
+    case 1: return divRemBy<10>(w);
+    case 2: return divRemBy<100>(w);
+    case 3: return divRemBy<1000>(w);
+    case 4: return divRemBy<10000>(w);
+    case 5: return divRemBy<100000>(w);
+    case 6: return divRemBy<1000000>(w);
+    case 7: return divRemBy<10000000>(w);
+    case 8: return divRemBy<100000000>(w);
+    default: return divRemBy<kBillion>(w);
+  }
+}
+
+}  // namespace
 
 uint32_t divRem32(uint32_t* w, uint32_t d) {
   uint64_t rem = 0;
@@ -85,6 +111,8 @@ uint32_t divRem32(uint32_t* w, uint32_t d) {
   }
   return uint32_t(rem);
 }
+
+uint32_t divRemBillion(uint32_t* w) { return divRemBy<kBillion>(w); }
 
 void mulPow10(uint32_t* w, int n) {
   for (; n > 9; n -= 9) mulAdd32(w, kBillion);
@@ -98,11 +126,11 @@ void increment(uint32_t* w) {
 
 void divPow10(uint32_t* w, int n, bool round) {
   for (; n > 9; n -= 9) {
-    divRem32(w, kBillion);
+    divRemPow10(w, 9);
     if (isZero(w)) return;
   }
   if (n <= 0) return;
-  uint32_t rem = divRem32(w, kPow10Small[n]);
+  uint32_t rem = divRemPow10(w, n);
   if (round && 2 * uint64_t(rem) >= kPow10Small[n]) increment(w);
 }
 
@@ -134,7 +162,7 @@ void stripZeros(DecWork& v, int target) {
     int chunk = std::min<int>(9, v.scale);
     uint32_t q[kWords];
     std::memcpy(q, v.w, sizeof q);
-    uint32_t rem = divRem32(q, kPow10Small[chunk]);
+    uint32_t rem = divRemPow10(q, chunk);
     if (rem == 0) {
       std::memcpy(v.w, q, sizeof q);
       v.scale = int16_t(v.scale - chunk);

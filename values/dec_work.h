@@ -58,6 +58,7 @@ int compareWords(const uint32_t* a, const uint32_t* b);
 void mulAdd32(uint32_t* w, uint32_t m, uint32_t add = 0);
 // w /= d; returns the remainder.
 uint32_t divRem32(uint32_t* w, uint32_t d);
+uint32_t divRemBillion(uint32_t* w);
 // Multiplies in steps of at most 10^9.
 void mulPow10(uint32_t* w, int n);
 // Divides in steps of 10^9; with round, half up on the last remainder.
