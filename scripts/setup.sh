@@ -6,7 +6,7 @@ cd "$(dirname "$0")/.."
 
 packages=(cmake ninja-build g++ g++-multilib clang libclang-rt-14-dev
           libgtest-dev libgmock-dev libbenchmark-dev libicu-dev libffi-dev libsqlite3-dev
-          pkg-config)
+          pkg-config libdfp-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

@@ -1,6 +1,7 @@
 // Compiled with -m32 only: the public records keep their documented layout.
 #include <cstddef>
 
+#include "shdec.h"
 #include "zrheap.h"
 
 static_assert(sizeof(void*) == 4, "compile this check with -m32");
@@ -26,3 +27,11 @@ static_assert(sizeof(MemoryPool) == 384);
 static_assert(offsetof(MemoryPool, activeBuffers) == 12);
 static_assert(offsetof(MemoryPool, freeSubBlocks) == 12 + 31 * 4);
 static_assert(offsetof(MemoryPool, locks) == 12 + 62 * 4);
+
+static_assert(sizeof(SH_DEC) == 16);
+static_assert(offsetof(SH_DEC, digits) == 0);
+static_assert(offsetof(SH_DEC, flags) == 14);
+static_assert(offsetof(SH_DEC, scale) == 15);
+static_assert(sizeof(SH_OLDDEC) == 16);
+static_assert(offsetof(SH_OLDDEC, scale) == 2);
+static_assert(offsetof(SH_OLDDEC, digits) == 4);

@@ -31,6 +31,20 @@ TEST(Exports, FrameAndHeapNamesAreVisible) {
   }
 }
 
+TEST(Exports, DecimalNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr) << dlerror();
+  for (const char* name :
+       {"shCompareDec", "shMaxDec", "shMinDec", "shAbsDec", "shNegateDec", "shRoundDec", "shTruncDec", "shAddDec",
+        "shSubDec", "shMultDec", "shDivDec", "shModDec", "shExpDec", "shIntToDec", "shUintToDec", "shByteToDec",
+        "shLongToDec", "shUlongToDec", "shLonglongToDec", "shDecToInt", "shDecToUint", "shDecToByte", "shDecToLong",
+        "shDecToUlong", "shDecToLonglong", "shDecToFloat", "shDecToDouble", "shFloatToDec", "shDoubleToDec",
+        "shDecToAscii", "shAsciiToDec", "shAsciiToDecRnd", "shDecToBCD", "shBCDToDec", "shSetDecFractions",
+        "shSetDecNegative", "shDecSetOverflow", "sh_MAX_DEC", "ConvertOldDecToString"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+}
+
 // Internal C++ code (namespace zr) is hidden; exported names are C names.
 TEST(Exports, InternalNamespaceIsHidden) {
   std::string command = std::string("nm -D --defined-only ") + ZRSHR_SO;
