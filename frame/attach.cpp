@@ -2,6 +2,7 @@
 // registration steps have nothing to do and the shell and theme flags stay 0.
 #include "frame/frame_state.h"
 #include "platform/dynlib.h"
+#include "shintl.h"
 
 namespace zr::frame {
 
@@ -25,6 +26,7 @@ __attribute__((constructor)) void processAttach() {
   s.newShell = false;
   s.themeCapable = false;
   s.terminalClient = false;
+  zrshr_intl();
   // No resources are linked in, so the runtime stub (resource 305) is absent.
   s.runtimeStubSize = 0;
 }
