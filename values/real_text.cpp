@@ -30,14 +30,22 @@ ZRAPI int shIsValidRealWeb(const char16_t* text, char16_t decimal, char16_t thou
   const char16_t t = orSetting(thousands, settings.thousand);
   State state = State::Start;
   int digits = 0, exponentDigits = 0, exponent = 0;
+  bool negativeExponent = false;
   for (size_t i = 0; text[i] && state != State::Error;) {
     const char16_t c = text[i];
     switch (state) {
       case State::Start:
-        if ((c == u'-' || c == u'+') && (isDigit(text[i + 1]) || text[i + 1] == d)) state = State::Integer;
-        else if (isDigit(c)) ++digits, state = State::Integer;
-        else if (c == d) state = State::Fraction;
-        else if (!isSpace(c)) state = State::Error;
+        // The thousands character counts as a digit everywhere, so "," alone is a number.
+        if ((c == u'-' || c == u'+') && (isDigit(text[i + 1]) || text[i + 1] == d)) {
+          state = State::Integer;
+        } else if (isDigit(c) || c == t) {
+          ++digits;
+          state = State::Integer;
+        } else if (c == d) {
+          state = State::Fraction;
+        } else if (!isSpace(c)) {
+          state = State::Error;
+        }
         ++i;
         break;
       case State::Integer:
@@ -47,6 +55,7 @@ ZRAPI int shIsValidRealWeb(const char16_t* text, char16_t decimal, char16_t thou
         } else if (c == u'e' || c == u'E') {
           size_t j = exponentStart(text, i);
           if (!j) return 0;
+          negativeExponent = text[j - 1] == u'-';
           state = State::Exponent;
           i = j;
           continue;
@@ -76,7 +85,7 @@ ZRAPI int shIsValidRealWeb(const char16_t* text, char16_t decimal, char16_t thou
   }
   if (state == State::Error || digits == 0) return 0;
   // Only the size of the power is limited; a negative power is never too big.
-  return exponentDigits == 0 || exponent < 309 ? 1 : 0;
+  return exponentDigits == 0 || negativeExponent || exponent < 309 ? 1 : 0;
 }
 
 ZRAPI int shIsValidReal(const char16_t* text) { return shIsValidRealWeb(text, 0, 0); }

@@ -2,6 +2,8 @@
 #include <cstddef>
 
 #include "shdec.h"
+#include "shformat.h"
+#include "shintl.h"
 #include "zrheap.h"
 
 static_assert(sizeof(void*) == 4, "compile this check with -m32");

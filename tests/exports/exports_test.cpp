@@ -41,6 +41,16 @@ TEST(Exports, DecimalNamesAreVisible) {
         "shDecToUlong", "shDecToLonglong", "shDecToFloat", "shDecToDouble", "shFloatToDec", "shDoubleToDec",
         "shDecToAscii", "shAsciiToDec", "shAsciiToDecRnd", "shDecToBCD", "shBCDToDec", "shSetDecFractions",
         "shSetDecNegative", "shDecSetOverflow", "sh_MAX_DEC", "ConvertOldDecToString"}) {
+TEST(Exports, IntlAndMaskNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr) << dlerror();
+  for (const char* name :
+       {"zrshr_intl", "shIsValidReal", "shIsValidRealWeb", "shIsValidRealNoLocale", "shNormalizeReal",
+        "shNormalizeRealWeb", "shNormalizeRealbyLocale", "shNormalizeRealbyLocaleWeb", "shIsCharRTL",
+        "shIsCharHebrew", "shIsCharArabic", "shZRUnitConvert", "shformatCmplNumericMask",
+        "shformatCmplNumericMaskWeb", "shformatCmplNumericMaskWebCommasPos", "shformatCmplDateTimeMask",
+        "shformatCmplDateTimeMaskWeb", "shformatCmplStringMask", "shformatErrorString", "getCultureValueStr",
+        "getCultureValueInt"}) {
     EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
   }
 }
