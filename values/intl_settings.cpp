@@ -15,6 +15,9 @@ namespace {
 IntlSettings g_settings;
 IntlNames g_names;
 std::atomic<int> g_dpi{96};
+// Set once a load has filled the block; the library's load step normally
+// does so before any caller can ask.
+std::atomic<bool> g_loaded{false};
 
 class Reader {
  public:
@@ -76,9 +79,9 @@ void loadNames() {
   }
 }
 
-const bool& firstLoad() {
-  static const bool loaded = (zrshr_intl(), true);
-  return loaded;
+void ensureNames() {
+  static const bool loaded = (loadNames(), true);
+  (void)loaded;
 }
 
 }  // namespace
@@ -101,15 +104,16 @@ void loadSettings(const IntlSource* profile, const IntlSource* locale) {
   r.text(u"sLongDate", u"mmmm d, yyyy", s.longDate, kPictureUnits);
   r.text(u"sDate", u"/", s.dateSeparator, kSymbolUnits);
   r.text(u"sTime", u":", s.timeSeparator, kSymbolUnits);
+  g_loaded.store(true, std::memory_order_release);
 }
 
 const IntlSettings& settings() {
-  (void)firstLoad();
+  if (!g_loaded.load(std::memory_order_acquire)) zrshr_intl();
   return g_settings;
 }
 
 const IntlNames& names() {
-  (void)firstLoad();
+  ensureNames();
   return g_names;
 }
 
@@ -121,8 +125,7 @@ void setScreenDpi(int dpi) { g_dpi.store(dpi > 0 && dpi <= 10000 ? dpi : 96, std
 }  // namespace zr::intl
 
 ZRAPI void zrshr_intl(void) {
-  static const bool namesLoaded = (zr::intl::loadNames(), true);
-  (void)namesLoaded;
+  zr::intl::ensureNames();
   try {
     auto profile = zr::intl::readProfileSource();
     auto locale = zr::intl::readLocaleSource(nullptr);
