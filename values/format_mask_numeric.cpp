@@ -351,6 +351,7 @@ void NumericCompiler::bracket() {
 }
 
 void NumericCompiler::expandCurrency() {
+  if (culture_.currencyDigits > int(kWorkUnits)) return fail(SHFORMAT_TOO_LARGE);
   const std::u16string symbol(culture_.currency);
   std::u16string fraction;
   if (culture_.currencyDigits > 0) fraction = u"." + std::u16string(size_t(culture_.currencyDigits), u'0');
