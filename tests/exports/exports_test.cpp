@@ -41,6 +41,10 @@ TEST(Exports, DecimalNamesAreVisible) {
         "shDecToUlong", "shDecToLonglong", "shDecToFloat", "shDecToDouble", "shFloatToDec", "shDoubleToDec",
         "shDecToAscii", "shAsciiToDec", "shAsciiToDecRnd", "shDecToBCD", "shBCDToDec", "shSetDecFractions",
         "shSetDecNegative", "shDecSetOverflow", "sh_MAX_DEC", "ConvertOldDecToString"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+}
+
 TEST(Exports, IntlAndMaskNamesAreVisible) {
   Library lib;
   ASSERT_NE(lib.handle, nullptr) << dlerror();
