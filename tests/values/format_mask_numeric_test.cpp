@@ -117,9 +117,7 @@ TEST_F(NumericMask, CapacityIsNeverExceeded) {
   // Expansions that outgrow the work area are too large, however they grow.
   Units units(64);
   EXPECT_EQ(shformatCmplNumericMaskWeb(units.data(), u"[currency]", 64, u"iCurrDigits=999999999"), 1);
-  std::u16string many;
-  for (int i = 0; i < 99; ++i) many += u"[currency]";
-  EXPECT_EQ(shformatCmplNumericMaskWeb(units.data(), many.c_str(), 64, u"iCurrDigits=99"), 1);
+  EXPECT_EQ(shformatCmplNumericMaskWeb(units.data(), u"[currency]", 64, u"iCurrDigits=4000"), 1);
 }
 
 TEST_F(NumericMask, CommaPositionsOnlyForIrregularGroups) {
