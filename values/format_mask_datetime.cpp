@@ -195,7 +195,9 @@ void DateTimeCompiler::bracket() {
   if (isKeyword(b.text, b.length, u"TIME")) {
     const std::u16string sep(culture_.timeSeparator);
     const std::u16string open = sep == u"'" ? u"''" : u"'";
-    return expand(u"hh" + open + sep + u"'mm" + open + sep + u"'ss");
+    std::u16string picture = u"hh";
+    for (const char16_t* field : {u"mm", u"ss"}) picture.append(open).append(sep).append(u"'").append(field);
+    return expand(picture);
   }
   // Deliberately no error: the engine copies this unit like a character.
   out_.put(kDtUnknownKeyword);

@@ -354,7 +354,10 @@ void NumericCompiler::expandCurrency() {
   if (culture_.currencyDigits > int(kWorkUnits)) return fail(SHFORMAT_TOO_LARGE);
   const std::u16string symbol(culture_.currency);
   std::u16string fraction;
-  if (culture_.currencyDigits > 0) fraction = u"." + std::u16string(size_t(culture_.currencyDigits), u'0');
+  if (culture_.currencyDigits > 0) {
+    fraction += u'.';
+    fraction.append(size_t(culture_.currencyDigits), u'0');
+  }
   auto build = [&](const char16_t* form) {
     std::u16string s;
     for (const char16_t* p = form; *p; ++p) {
@@ -368,7 +371,12 @@ void NumericCompiler::expandCurrency() {
   const int neg = culture_.negativeCurrency >= 0 && culture_.negativeCurrency <= 15 ? culture_.negativeCurrency : 0;
   const std::u16string positive = build(kPositiveForms[pos]);
   const std::u16string negative = build(kNegativeForms[neg]);
-  if (section_ == 0 && wholeCurrency_) insert(positive + u";" + negative);
+  if (section_ == 0 && wholeCurrency_) {
+    std::u16string both = positive;
+    both += u';';
+    both += negative;
+    insert(both);
+  }
   else if (section_ == 0 || section_ == 2) insert(positive);
   else if (section_ == 1) insert(negative);
   else fail(SHFORMAT_UNKNOWN_KEY);
