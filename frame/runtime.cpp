@@ -7,6 +7,7 @@
 
 #include <unistd.h>
 
+#include "frame/code_page.h"
 #include "frame/frame_state.h"
 #include "frame/wide_format.h"
 #include "platform/dialog.h"
@@ -57,6 +58,7 @@ ZRAPI const char16_t* ZR_RT_SetLocale(const char16_t* locale) {
   static thread_local std::u16string name;
   const char* result = std::setlocale(LC_ALL, locale ? zr::platform::toUtf8(locale).c_str() : nullptr);
   if (!result) return nullptr;
+  if (locale) zr::frame::setProcessCodePage(zr::frame::codePageOfLocale(result));
   name = zr::platform::fromUtf8(result);
   return name.c_str();
 }
