@@ -114,6 +114,44 @@ size_t unitsToBytes(const char16_t* source, size_t units, char* dest, size_t des
   return toBytes(processConverter(), source, units, dest, destBytes);
 }
 
+size_t bytesToUnitsPrefix(const char* source, size_t bytes, char16_t* dest, size_t destUnits, size_t* used) {
+  UConverter* cnv = processConverter();
+  ucnv_resetToUnicode(cnv);
+  UErrorCode status = U_ZERO_ERROR;
+  const char* s = source;
+  UChar* d = reinterpret_cast<UChar*>(dest);
+  ucnv_toUnicode(cnv, &d, d + destUnits, &s, source + bytes, nullptr, true, &status);
+  size_t taken = static_cast<size_t>(s - source);
+  if (U_FAILURE(status)) {
+    char bad[32];
+    int8_t badLength = sizeof bad;
+    UErrorCode ignored = U_ZERO_ERROR;
+    ucnv_getInvalidChars(cnv, bad, &badLength, &ignored);
+    taken -= static_cast<size_t>(badLength) < taken ? static_cast<size_t>(badLength) : taken;
+  }
+  *used = taken;
+  return static_cast<size_t>(d - reinterpret_cast<UChar*>(dest));
+}
+
+size_t unitsToBytesPrefix(const char16_t* source, size_t units, char* dest, size_t destBytes, size_t* used) {
+  UConverter* cnv = processConverter();
+  ucnv_resetFromUnicode(cnv);
+  UErrorCode status = U_ZERO_ERROR;
+  const UChar* s = reinterpret_cast<const UChar*>(source);
+  char* d = dest;
+  ucnv_fromUnicode(cnv, &d, dest + destBytes, &s, s + units, nullptr, true, &status);
+  size_t taken = static_cast<size_t>(s - reinterpret_cast<const UChar*>(source));
+  if (U_FAILURE(status)) {
+    UChar bad[8];
+    int8_t badLength = 8;
+    UErrorCode ignored = U_ZERO_ERROR;
+    ucnv_getInvalidUChars(cnv, bad, &badLength, &ignored);
+    taken -= static_cast<size_t>(badLength) < taken ? static_cast<size_t>(badLength) : taken;
+  }
+  *used = taken;
+  return static_cast<size_t>(d - dest);
+}
+
 size_t mbsToWcs(char16_t* dest, const char* source, size_t size) {
   return boundedFill(dest, source, size, bytesToUnits);
 }

@@ -18,6 +18,12 @@ constexpr size_t kConvertError = static_cast<size_t>(-1);
 size_t bytesToUnits(const char* source, size_t bytes, char16_t* dest, size_t destUnits);
 size_t unitsToBytes(const char16_t* source, size_t units, char* dest, size_t destBytes);
 
+// The longest leading part that converts: its units (or bytes) go to dest,
+// which must hold the whole conversion, and *used tells how much of the
+// source they took.
+size_t bytesToUnitsPrefix(const char* source, size_t bytes, char16_t* dest, size_t destUnits, size_t* used);
+size_t unitsToBytesPrefix(const char16_t* source, size_t units, char* dest, size_t destBytes, size_t* used);
+
 // mbstowcs and wcstombs: up to the source's terminator, at most size outputs,
 // a terminator only when there is room for it.
 size_t mbsToWcs(char16_t* dest, const char* source, size_t size);
