@@ -101,7 +101,7 @@ int MemPoolInfo(MEM_POOL* pool, void* block, void* info) {
     if (!pool) return 0;
   }
   const char* from = reinterpret_cast<const char*>(&pool->self);
-  const char* to = reinterpret_cast<const char*>(&pool->reserved2);
+  const char* to = reinterpret_cast<const char*>(&pool->userValue);
   std::memcpy(info, from, static_cast<size_t>(to - from));
   return 1;
 }

@@ -4,6 +4,7 @@
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -46,15 +47,22 @@ UConverter* processConverter() {
   return cache.converter;
 }
 
+// std::to_string would export its template helpers from the library.
+std::string decimal(uint32_t value) {
+  char digits[12];
+  std::snprintf(digits, sizeof digits, "%u", value);
+  return digits;
+}
+
 std::string codePageName(uint32_t codePage) {
   if (codePage == 65001) return "UTF-8";
-  return "windows-" + std::to_string(codePage);
+  return "windows-" + decimal(codePage);
 }
 
 UConverter* openCodePage(uint32_t codePage) {
   if (codePage == 0) return nullptr;
   UConverter* cnv = openStrict(codePageName(codePage).c_str());
-  if (!cnv) cnv = openStrict(("cp" + std::to_string(codePage)).c_str());
+  if (!cnv) cnv = openStrict(("cp" + decimal(codePage)).c_str());
   return cnv;
 }
 
@@ -216,7 +224,7 @@ bool isWideDigit(char16_t c) { return c >= '0' && c <= '9'; }
 namespace {
 
 void askToContinue(uint32_t codePage, bool fromUnicode) {
-  std::string page = std::to_string(codePage);
+  std::string page = decimal(codePage);
   std::string caption = fromUnicode ? "Conversion from Unicode to [" + page + "]"
                                     : "Conversion from Code Page [" + page + "] to Unicode";
   std::string text = "Code page [" + page +

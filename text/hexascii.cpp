@@ -43,7 +43,9 @@ void hexWord(uint32_t word, int zeroed, char digits[9]) {
 void appendHexRun(std::string& out, const char16_t* text, int32_t units, int32_t start, int32_t end) {
   int32_t n = end - start;
   out += kRunStart;
-  out += std::to_string(n);
+  char count[12];
+  std::snprintf(count, sizeof count, "%d", n);
+  out += count;
   out += "$$";
   char digits[9];
   int32_t i = start;

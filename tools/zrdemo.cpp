@@ -1,13 +1,15 @@
-// zrdemo - the library's main job as a user sees it. For now: a small
-// document held in the heap as a parent with child blocks and a pool of rows,
-// with the heap's debug switches turned on through its environment, and the
-// heap's own dump and summary.
+// zrdemo - the library's main job as a user sees it: a small document held in
+// the heap as a parent with child blocks and a pool of rows, with the heap's
+// debug switches turned on through its environment and the heap's own dump and
+// summary; then text built in a storage handle.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
 #include "zrframe.h"
 #include "zrheap.h"
+#include "zrstg.h"
+#include "zrstr.h"
 
 namespace {
 
@@ -23,6 +25,25 @@ struct OrderLine {
 
 void* allocate(size_t n, const char* type, int line, void* parent) {
   return ZrHeap__alloc(n, type, "alloc", "free", __FILE__, static_cast<unsigned>(line), parent);
+}
+
+// Text built in a storage handle: everything goes back with zrstg_end.
+void showStorageHandle() {
+  zrstg_handle* storage = zrstg_begin(0);
+  zrstg_subpool* lines = zrstg_new_pool(storage);
+  zrstg_set_pool_name(storage, lines, u"lines");
+  char16_t* text = nullptr;
+  int32_t capacity = 0, length = 0;
+  const char16_t* words[] = {u"Gr\x00FC\x00DFe", u" aus ", u"\x041C\x043E\x0441\x043A\x0432\x0430", u"!"};
+  for (const char16_t* word : words) zrstg_str_build(storage, lines, &text, &capacity, &length, word);
+  zrstg_str_wordcap(text);
+  std::printf("built %d characters in a buffer of %d: %s\n", static_cast<int>(length), static_cast<int>(capacity),
+              unistr2UTF8(text, storage));
+  std::printf("printable form of the city: %s\n", zrstg_strtoprintabledup(storage, words[2], lines));
+  zrstg_stat_info info;
+  zrstg_stat(storage, &info);
+  std::printf("pool bytes of the storage handle: %u\n", info.poolBytes);
+  zrstg_end(storage);
 }
 
 }  // namespace
@@ -62,5 +83,8 @@ int main() {
   ZrHeap_free(order);
   std::printf("\nafter freeing the order and the pool:\n");
   ZrHeap_dump(2);
+
+  std::printf("\nzrshr demonstration: text in a storage handle\n\n");
+  showStorageHandle();
   return 0;
 }

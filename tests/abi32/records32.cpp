@@ -1,10 +1,13 @@
 // Compiled with -m32 only: the public records keep their documented layout.
 #include <cstddef>
 
+#include "ostextfile.h"
 #include "shdec.h"
 #include "shformat.h"
 #include "shintl.h"
 #include "zrheap.h"
+#include "zrstg.h"
+#include "zrstr.h"
 
 static_assert(sizeof(void*) == 4, "compile this check with -m32");
 
@@ -37,3 +40,25 @@ static_assert(offsetof(SH_DEC, scale) == 15);
 static_assert(sizeof(SH_OLDDEC) == 16);
 static_assert(offsetof(SH_OLDDEC, scale) == 2);
 static_assert(offsetof(SH_OLDDEC, digits) == 4);
+
+static_assert(sizeof(MEM_POOL) == 44);
+static_assert(offsetof(MEM_POOL, lock) == 4);
+static_assert(offsetof(MEM_POOL, self) == 8);
+static_assert(offsetof(MEM_POOL, fixedBlockSize) == 16);
+static_assert(offsetof(MEM_POOL, smallBlockSize) == 18);
+static_assert(offsetof(MEM_POOL, pageSize) == 20);
+static_assert(offsetof(MEM_POOL, freeBytes) == 24);
+static_assert(offsetof(MEM_POOL, ceiling) == 28);
+static_assert(offsetof(MEM_POOL, flags) == 32);
+static_assert(offsetof(MEM_POOL, userValue) == 40);
+static_assert(sizeof(zrstg_handle) == 20);
+static_assert(offsetof(zrstg_handle, pageSize) == 4);
+static_assert(offsetof(zrstg_handle, poolFlags) == 8);
+static_assert(offsetof(zrstg_handle, ring) == 16);
+static_assert(sizeof(zrstg_subpool) == 16);
+static_assert(offsetof(zrstg_subpool, pool) == 8);
+static_assert(offsetof(zrstg_subpool, name) == 12);
+static_assert(sizeof(zrstg_stat_info) == 24);
+static_assert(sizeof(zrfstg_store) == 16);
+static_assert(offsetof(zrfstg_store, path) == 8);
+static_assert(offsetof(zrfstg_store, nextOffset) == 12);

@@ -59,6 +59,50 @@ TEST(Exports, IntlAndMaskNamesAreVisible) {
   }
 }
 
+TEST(Exports, StorageNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr) << dlerror();
+  for (const char* name : {
+        "zrstg_begin", "zrstg_begin_allocflags", "zrstg_begin_nofast", "zrstg_end", "zrstg_new_pool",
+        "zrstg_new_pool_nofast", "zrstg_new_pool_with_size_nofast", "zrstg_free_pool", "zrstg_set_pool_name",
+        "zrstg_set_poolpagesize", "MemPoolSetPageSize", "zrstg_stat", "zrstg_nextGeneration", "zrstg_alc",
+        "zrstg_realc", "zrstg_fee", "zrstg_sz", "zrstg_fast_strlen", "zrstg_alloc_align", "zrstg_dballoc",
+        "zrstg_dbbegin", "zrstg_dbbegin_allocflags", "zrstg_dbrealloc", "zrstg_dbstrdup",
+        "zrstg_get_pointer_subpool", "zrstg_realloc_align", "zrstg_set_next_pool", "zrstg_validate",
+        "zrstg_dumpHeap", "zrstg_dumpLeaks", "zrstg_write_debug", "zrfstg_free", "zrstg_dde_alloc",
+        "zrstg_dde_free", "zrstg_dde_get_handle", "zrstg_dde_lock", "zrstg_dde_unlock", "zrfstg_begin",
+        "zrfstg_alloc", "zrfstg_get", "zrfstg_end"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+  EXPECT_EQ(dlsym(lib.handle, "MemPoolInit"), nullptr) << "MemPoolInit";
+  EXPECT_EQ(dlsym(lib.handle, "MemAllocPtr"), nullptr) << "MemAllocPtr";
+  EXPECT_EQ(dlsym(lib.handle, "MemSetErrorHandler"), nullptr) << "MemSetErrorHandler";
+}
+
+TEST(Exports, StringAndTextFileNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr) << dlerror();
+  for (const char* name : {
+        "zrstg_strdup", "zrstg_unicodestrdup", "zrstg_strtounicodedup", "zrstg_unicodetostrdup",
+        "zrstg_strtoansidup", "zrstg_ansitostrdup", "zrstg_strtoprintabledup", "zrstg_printabletostrdup",
+        "zrstg_strdup_malloc", "zrstg_str_build", "zrstg_unicodestr_build", "zrstg_str_build_huge",
+        "zrstg_str_build_char", "zrstg_str_remove_char", "zrstg_str_trim_right", "zrstg_str_trim_left",
+        "zrstg_str_trim", "zrstg_str_wordcap", "zrstg_ansitolower", "zrstg_ansitoupper", "zrstg_lchrcmp",
+        "zrstg_lchrcmpi", "zrstg_huge_memcmp", "zrstg_huge_memcpy", "zrstg_huge_memmove", "zrstg_huge_memset",
+        "zrstg_huge_strchr", "zrstg_huge_strcpy", "zrstg_huge_strlen", "zrstg_huge_strncpy",
+        "zrstg_huge_strstr", "zrstg_strtol_imp", "zrstg_strtoul_imp", "zrstg_strtod_imp", "zrstg_atof_imp",
+        "zrstg_atoi_imp", "zrstg_atol_imp", "zrstg_atou_imp", "zrstg_atoul_imp", "zrstg_remove_imp",
+        "zrstg_strtoprintable", "zrstg_printabletostr", "zrstg_UCS2toUTF8", "zrstg_UTF8toUCS2",
+        "zrstg_ansitostr_with_zero", "zrstg_strtoansi_with_zero", "unicode2UTF8", "UTF82unicode",
+        "unistr2UTF8", "UTF82unistr", "mbstowcs_force", "ZRUNI_memchr", "zrstg_ansitobstr",
+        "zrstg_unicodetobstr", "zrstg_strtobstr", "osTextFileRead", "osTextFileRead32", "osTextFileWrite",
+        "osTextFileWrite32", "osConvTextLen", "osConvText", "HexAscii_Encrypt", "HexAscii_Decrypt"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+  EXPECT_EQ(dlsym(lib.handle, "ConvertToCodePage"), nullptr) << "ConvertToCodePage";
+  EXPECT_EQ(dlsym(lib.handle, "ConvertFromCodePage"), nullptr) << "ConvertFromCodePage";
+}
+
 // Internal C++ code (namespace zr) is hidden; exported names are C names.
 TEST(Exports, InternalNamespaceIsHidden) {
   std::string command = std::string("nm -D --defined-only ") + ZRSHR_SO;
