@@ -87,11 +87,16 @@ TEST(StoragePool, MemPoolInfoFindsThePoolOfABlock) {
     uint32_t reserved;
     uint16_t fixed, small;
     uint32_t pageSize;
+    uint32_t freeBytes;
+    int32_t ceiling;
+    uint32_t flags, reserved2;
   } info{};
   ASSERT_EQ(zr::frame::MemPoolInfo(nullptr, p, &info), 1);
   EXPECT_EQ(info.self, sp->pool);
   EXPECT_EQ(info.pageSize, 4096u);
   EXPECT_EQ(info.fixed, 8);
+  EXPECT_EQ(info.ceiling, -2);
+  EXPECT_EQ(info.flags, 0x8000u);
   zrstg_end(h);
 }
 
