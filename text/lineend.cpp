@@ -24,15 +24,21 @@ char16_t droppedUnit(int mode) { return mode == 2 ? kLf : mode == 3 ? kCr : 0; }
 
 ZRAPI int32_t osConvTextLen(const char16_t* text, int32_t units, int direction, int mode, int loneCr) {
   if (mode == 0) mode = 1;
-  int32_t n = 0;
   if (direction == 1) {
     char16_t dropped = droppedUnit(mode);
+    int32_t n = 0;
     for (int32_t i = 0; i < units; ++i) n += !dropped || text[i] != dropped;
     return n;
   }
-  if (mode != 1) return units;
-  fromFile(text, units, loneCr, [&n](char16_t) { ++n; });
-  return n;
+  if (mode != 1 || units <= 0) return units;
+  // Branch-free counts, so that the scan of every buffer read stays cheap.
+  int32_t added = text[0] == kLf;
+  for (int32_t i = 1; i < units; ++i) added += (text[i] == kLf) & (text[i - 1] != kCr);
+  if (loneCr) {
+    for (int32_t i = 0; i + 1 < units; ++i) added += (text[i] == kCr) & (text[i + 1] != kLf);
+    added += text[units - 1] == kCr;
+  }
+  return units + added;
 }
 
 ZRAPI int osConvText(const char16_t* text, int32_t units, char16_t* target, int32_t targetSize, int direction,

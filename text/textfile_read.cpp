@@ -28,6 +28,13 @@ struct ReaderForm {
   int loneCr;
 };
 
+// One read buffer per thread, kept between calls: readers run in loops.
+unsigned char* scratch(size_t bytes) {
+  static thread_local std::vector<unsigned char> buffer;
+  if (buffer.size() < bytes) buffer.resize(bytes);
+  return buffer.data();
+}
+
 bool rewind(int fd, int64_t position) { return platform::seekFile(fd, position, platform::SeekFrom::Begin) >= 0; }
 
 bool stepBack(int fd, size_t bytes) {
@@ -84,38 +91,35 @@ char16_t* ensureRoom(MEM_POOL* pool, uint32_t allocFlags, char16_t** buffer, siz
 
 int32_t readAnsi(int fd, MEM_POOL* pool, uint32_t allocFlags, char16_t** buffer, size_t wanted,
                  const ReaderForm& form) {
-  std::vector<char> bytes(wanted);
-  std::ptrdiff_t got = platform::readFile(fd, bytes.data(), wanted);
+  char* bytes = reinterpret_cast<char*>(scratch(wanted));
+  std::ptrdiff_t got = platform::readFile(fd, bytes, wanted);
   if (got < 0) return -1;
   size_t n = static_cast<size_t>(got);
   if (!ensureRoom(pool, allocFlags, buffer, n)) return -1;
-  if (form.ansiWhole) {
-    int32_t units = zrstg_ansitostr_with_zero(*buffer, bytes.data(), static_cast<int32_t>(n));
-    return units;
-  }
+  if (form.ansiWhole) return zrstg_ansitostr_with_zero(*buffer, bytes, static_cast<int32_t>(n));
   if (form.nulToBlank) {
-    for (char& b : bytes) {
-      if (!b) b = ' ';
+    for (size_t i = 0; i < n; ++i) {
+      if (!bytes[i]) bytes[i] = ' ';
     }
   }
   // Up to the first NUL, as mbstowcs sees the text; a character that won't
   // convert, or is split by the buffer's end, stays in the file.
-  size_t text = strnlen(bytes.data(), n);
+  size_t text = strnlen(bytes, n);
   size_t used = 0;
-  size_t units = bytesToUnitsPrefix(bytes.data(), text, *buffer, n, &used);
+  size_t units = bytesToUnitsPrefix(bytes, text, *buffer, n, &used);
   if (used < text && !stepBack(fd, n - used)) return -1;
   return static_cast<int32_t>(units);
 }
 
 int32_t readUtf8(int fd, MEM_POOL* pool, uint32_t allocFlags, char16_t** buffer, size_t wanted) {
-  std::vector<unsigned char> bytes(wanted);
-  std::ptrdiff_t got = platform::readFile(fd, bytes.data(), wanted);
+  unsigned char* bytes = scratch(wanted);
+  std::ptrdiff_t got = platform::readFile(fd, bytes, wanted);
   if (got < 0) return -1;
   size_t n = static_cast<size_t>(got);
   if (!ensureRoom(pool, allocFlags, buffer, n)) return -1;
   bool atEnd = n < wanted;
   size_t tail = 0;
-  size_t units = lenientDecodeUtf8(bytes.data(), n, *buffer, atEnd ? nullptr : &tail);
+  size_t units = lenientDecodeUtf8(bytes, n, *buffer, atEnd ? nullptr : &tail);
   if (!stepBack(fd, tail)) return -1;
   return static_cast<int32_t>(units);
 }
@@ -125,12 +129,12 @@ int32_t readHexAscii(int fd, MEM_POOL* pool, char16_t** buffer, size_t wanted) {
   if (start < 0) return -1;
   for (int factor = 1; factor <= kLongestRunFactor; ++factor) {
     size_t size = wanted * static_cast<size_t>(factor);
-    std::vector<char> bytes(size);
-    std::ptrdiff_t got = platform::readFile(fd, bytes.data(), size);
+    char* bytes = reinterpret_cast<char*>(scratch(size));
+    std::ptrdiff_t got = platform::readFile(fd, bytes, size);
     if (got < 0) return -1;
     if (got == 0) return 0;
     int32_t units = 0, undone = 0;
-    char16_t* text = HexAscii_Decrypt(bytes.data(), static_cast<int32_t>(got), &units, &undone, pool);
+    char16_t* text = HexAscii_Decrypt(bytes, static_cast<int32_t>(got), &units, &undone, pool);
     bool allUndone = undone == got;
     if (allUndone && factor < kLongestRunFactor && static_cast<size_t>(got) == size) {
       if (!rewind(fd, start)) return -1;

@@ -25,11 +25,9 @@ void freeFrom(zrstg_handle* handle, void* block) {
 ZRAPI int32_t zrstg_UCS2toUTF8(char* dest, const char16_t* source, int32_t) {
   if (!source) return 0;
   size_t units = unitLength(source);
-  size_t bytes = lenientUtf8Length(source, units);
-  if (dest) {
-    lenientEncodeUtf8(source, units, dest);
-    dest[bytes] = 0;
-  }
+  if (!dest) return static_cast<int32_t>(lenientUtf8Length(source, units));
+  size_t bytes = lenientEncodeUtf8(source, units, dest);
+  dest[bytes] = 0;
   return static_cast<int32_t>(bytes);
 }
 
@@ -37,11 +35,8 @@ ZRAPI int32_t zrstg_UTF8toUCS2(char16_t* dest, const char* source, int32_t) {
   if (!source) return 0;
   auto* s = reinterpret_cast<const unsigned char*>(source);
   size_t bytes = std::strlen(source);
-  size_t units = lenientDecodeUtf8(s, bytes, nullptr, nullptr);
-  if (dest) {
-    lenientDecodeUtf8(s, bytes, dest, nullptr);
-    dest[units] = 0;
-  }
+  size_t units = lenientDecodeUtf8(s, bytes, dest, nullptr);
+  if (dest) dest[units] = 0;
   return static_cast<int32_t>(units);
 }
 
@@ -73,8 +68,7 @@ ZRAPI char* unistr2UTF8(const char16_t* text, zrstg_handle* handle) {
   size_t units = unitLength(text);
   size_t size = units * 3 + 1 < 2 ? 2 : units * 3 + 1;
   auto* out = static_cast<char*>(allocFrom(handle, nullptr, size));
-  size_t n = strictEncodeUtf8(text, units, out);
-  std::memset(out + n, 0, size - n);
+  out[strictEncodeUtf8(text, units, out)] = 0;
   return out;
 }
 
@@ -86,7 +80,7 @@ ZRAPI char16_t* UTF82unistr(const char* source, zrstg_handle* handle, zrstg_subp
   auto* text = static_cast<char16_t*>(allocFrom(handle, subpool, capacity * sizeof(char16_t)));
   // One unit stays for the terminator.
   size_t units = strictDecodeUtf8(reinterpret_cast<const unsigned char*>(source), bytes, text, capacity - 1, nullptr);
-  std::memset(text + units, 0, (capacity - units) * sizeof(char16_t));
+  text[units] = 0;
   if (!lengthPrefix) {
     size_t fit = (units + 1) * sizeof(char16_t);
     return static_cast<char16_t*>(handle ? zrstg_realc(handle, text, fit, subpool) : ZrHeap_realloc(text, fit));

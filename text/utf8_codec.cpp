@@ -2,6 +2,10 @@
 
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace zr::text {
 namespace {
 
@@ -13,25 +17,62 @@ inline uint64_t load8(const void* p) {
   return v;
 }
 
-// Widens ASCII bytes while 8 of them in a row are ASCII; returns how many.
-inline size_t widenAscii(const unsigned char* s, size_t n, char16_t* d) {
-  size_t i = 0;
-  while (i + 8 <= n && !(load8(s + i) & kHighBits)) {
-    for (int k = 0; k < 8; ++k) d[i + k] = s[i + k];
-    i += 8;
-  }
-  return i;
-}
-
+// The ASCII paths move 16 bytes or 8 units at a time; they return how many
+// they took, stopping before the first block with a non-ASCII element.
 inline size_t asciiRun(const unsigned char* s, size_t n) {
   size_t i = 0;
   while (i + 8 <= n && !(load8(s + i) & kHighBits)) i += 8;
   return i;
 }
 
-inline bool allAscii4(const char16_t* s) {
-  uint64_t v = load8(s);
-  return !(v & 0xFF80FF80FF80FF80ull);
+// Widens the ASCII bytes at the start of s (up to n), at least one byte
+// when s[0] is ASCII. Block moves need 16 bytes ahead; a block that is not
+// all ASCII tells by its mask how many of its bytes are.
+inline size_t widenLeadingAscii(const unsigned char* s, size_t n, char16_t* d) {
+  size_t i = 0;
+#if defined(__SSE2__)
+  const __m128i zero = _mm_setzero_si128();
+  while (i + 16 <= n) {
+    __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+    unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(v));
+    if (mask) {
+      size_t ascii = static_cast<size_t>(__builtin_ctz(mask));
+      for (size_t k = 0; k < ascii; ++k) d[i + k] = s[i + k];
+      return i + ascii;
+    }
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_unpacklo_epi8(v, zero));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i + 8), _mm_unpackhi_epi8(v, zero));
+    i += 16;
+  }
+#endif
+  while (i < n && s[i] < 0x80) {
+    d[i] = s[i];
+    ++i;
+  }
+  return i;
+}
+
+// Narrows the ASCII units at the start of s (up to n). A block of 8 is
+// stored whole even when only its first units are ASCII: each unit yields at
+// least one byte, so those 8 bytes lie inside the output.
+inline size_t narrowLeadingAscii(const char16_t* s, size_t n, char* d) {
+  size_t i = 0;
+#if defined(__SSE2__)
+  const __m128i high = _mm_set1_epi16(static_cast<short>(0xFF80));
+  const __m128i zero = _mm_setzero_si128();
+  while (i + 8 <= n) {
+    __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+    unsigned ascii = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, high), zero)));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(d + i), _mm_packus_epi16(v, v));
+    if (ascii != 0xFFFF) return i + static_cast<size_t>(__builtin_ctz(~ascii)) / 2;
+    i += 8;
+  }
+#endif
+  while (i < n && s[i] < 0x80) {
+    d[i] = static_cast<char>(s[i]);
+    ++i;
+  }
+  return i;
 }
 
 // Length of a lenient sequence from its lead byte; 0 when the lead fails.
@@ -49,20 +90,19 @@ inline int lenientLength(unsigned char b) {
 
 size_t lenientUtf8Length(const char16_t* source, size_t units) {
   size_t n = units;
-  for (size_t i = 0; i < units; ++i) {
-    char16_t c = source[i];
-    if (c >= 0x80) n += c < 0x800 ? 1 : 2;
-  }
+  for (size_t i = 0; i < units; ++i) n += (source[i] >= 0x80) + (source[i] >= 0x800);
   return n;
 }
 
-void lenientEncodeUtf8(const char16_t* source, size_t units, char* dest) {
+size_t lenientEncodeUtf8(const char16_t* source, size_t units, char* dest) {
+  char* start = dest;
   size_t i = 0;
   while (i < units) {
-    if (i + 4 <= units && allAscii4(source + i)) {
-      for (int k = 0; k < 4; ++k) *dest++ = static_cast<char>(source[i + k]);
-      i += 4;
-      continue;
+    if (source[i] < 0x80) {
+      size_t run = narrowLeadingAscii(source + i, units - i, dest);
+      i += run;
+      dest += run;
+      if (run) continue;
     }
     char16_t c = source[i++];
     if (c < 0x80) {
@@ -76,17 +116,34 @@ void lenientEncodeUtf8(const char16_t* source, size_t units, char* dest) {
       *dest++ = static_cast<char>(0x80 | (c & 0x3F));
     }
   }
+  return static_cast<size_t>(dest - start);
 }
 
 size_t lenientDecodeUtf8(const unsigned char* s, size_t bytes, char16_t* dest, size_t* tail) {
   size_t i = 0, out = 0;
   if (tail) *tail = 0;
   while (i < bytes) {
-    size_t run = dest ? widenAscii(s + i, bytes - i, dest + out) : asciiRun(s + i, bytes - i);
-    i += run;
-    out += run;
-    if (i >= bytes) break;
     unsigned char b = s[i];
+    if (b < 0x80) {
+      size_t run = dest ? widenLeadingAscii(s + i, bytes - i, dest + out) : asciiRun(s + i, bytes - i);
+      if (!run) run = 1;
+      i += run;
+      out += run;
+      continue;
+    }
+    // The common two- and three-byte forms, whole and NUL-free.
+    if ((b & 0xE0) == 0xC0 && i + 1 < bytes && s[i + 1]) {
+      if (dest) dest[out] = static_cast<char16_t>(((b & 0x1Fu) << 6) | (s[i + 1] & 0x3Fu));
+      ++out;
+      i += 2;
+      continue;
+    }
+    if ((b & 0xF0) == 0xE0 && i + 2 < bytes && s[i + 1] && s[i + 2]) {
+      if (dest) dest[out] = static_cast<char16_t>(((b & 0x0Fu) << 12) | ((s[i + 1] & 0x3Fu) << 6) | (s[i + 2] & 0x3Fu));
+      ++out;
+      i += 3;
+      continue;
+    }
     int length = lenientLength(b);
     if (length == 0) {
       ++i;
@@ -131,42 +188,33 @@ size_t lenientDecodeUtf8(const unsigned char* s, size_t bytes, char16_t* dest, s
 size_t strictDecodeUtf8(const unsigned char* s, size_t bytes, char16_t* dest, size_t destUnits, size_t* consumed) {
   size_t i = 0, out = 0;
   while (i < bytes && out < destUnits) {
-    size_t run = widenAscii(s + i, bytes - i < destUnits - out ? bytes - i : destUnits - out, dest + out);
-    i += run;
-    out += run;
-    if (i >= bytes || out >= destUnits) break;
     unsigned char b = s[i];
     if (b < 0x80) {
-      dest[out++] = b;
-      ++i;
+      size_t room = destUnits - out;
+      size_t run = widenLeadingAscii(s + i, bytes - i < room ? bytes - i : room, dest + out);
+      i += run;
+      out += run;
       continue;
     }
-    int length;
-    uint32_t v;
-    if ((b & 0xE0) == 0xC0) length = 2, v = b & 0x1Fu;
-    else if ((b & 0xF0) == 0xE0) length = 3, v = b & 0x0Fu;
-    else if ((b & 0xFC) == 0xF0) length = 4, v = b & 0x03u;
-    else break;
-    if (i + static_cast<size_t>(length) > bytes) break;
-    bool good = true;
-    for (int k = 1; k < length; ++k) {
-      unsigned char c = s[i + k];
-      if ((c & 0xC0) != 0x80) {
-        good = false;
-        break;
-      }
-      v = (v << 6) | (c & 0x3Fu);
-    }
-    if (!good) break;
-    if (length == 4) {
+    if ((b & 0xE0) == 0xC0) {
+      if (i + 2 > bytes || (s[i + 1] & 0xC0) != 0x80) break;
+      dest[out++] = static_cast<char16_t>(((b & 0x1Fu) << 6) | (s[i + 1] & 0x3Fu));
+      i += 2;
+    } else if ((b & 0xF0) == 0xE0) {
+      if (i + 3 > bytes || (s[i + 1] & 0xC0) != 0x80 || (s[i + 2] & 0xC0) != 0x80) break;
+      dest[out++] = static_cast<char16_t>(((b & 0x0Fu) << 12) | ((s[i + 1] & 0x3Fu) << 6) | (s[i + 2] & 0x3Fu));
+      i += 3;
+    } else if ((b & 0xFC) == 0xF0) {
+      if (i + 4 > bytes || (s[i + 1] & 0xC0) != 0x80 || (s[i + 2] & 0xC0) != 0x80 || (s[i + 3] & 0xC0) != 0x80) break;
       if (destUnits - out < 2) break;
+      uint32_t v = ((b & 0x03u) << 18) | ((s[i + 1] & 0x3Fu) << 12) | ((s[i + 2] & 0x3Fu) << 6) | (s[i + 3] & 0x3Fu);
       // No 0x10000 is taken off: the pair carries the plane as it stands.
       dest[out++] = static_cast<char16_t>(((v & 0xFFC00) >> 10) | 0xD800);
       dest[out++] = static_cast<char16_t>((v & 0x3FF) | 0xDC00);
+      i += 4;
     } else {
-      dest[out++] = static_cast<char16_t>(v);
+      break;
     }
-    i += static_cast<size_t>(length);
   }
   if (consumed) *consumed = i;
   return out;
@@ -176,10 +224,11 @@ size_t strictEncodeUtf8(const char16_t* source, size_t units, char* dest) {
   char* start = dest;
   size_t i = 0;
   while (i < units) {
-    if (i + 4 <= units && allAscii4(source + i)) {
-      for (int k = 0; k < 4; ++k) *dest++ = static_cast<char>(source[i + k]);
-      i += 4;
-      continue;
+    if (source[i] < 0x80) {
+      size_t run = narrowLeadingAscii(source + i, units - i, dest);
+      i += run;
+      dest += run;
+      if (run) continue;
     }
     uint32_t c = source[i++];
     if (c >= 0xD800 && c <= 0xDBFF && i < units && source[i] >= 0xDC00 && source[i] <= 0xDFFF) {

@@ -11,8 +11,8 @@ namespace zr::text {
 
 // Bytes for units encoded one by one (a surrogate gets its own 3 bytes).
 size_t lenientUtf8Length(const char16_t* source, size_t units);
-// Writes exactly lenientUtf8Length bytes; no terminator.
-void lenientEncodeUtf8(const char16_t* source, size_t units, char* dest);
+// Writes exactly lenientUtf8Length bytes and returns their count; no terminator.
+size_t lenientEncodeUtf8(const char16_t* source, size_t units, char* dest);
 
 // Decodes up to bytes bytes; a sequence whose continuation bytes lie beyond
 // the end or on a NUL is cut there. A failed lead byte gives one unit that
