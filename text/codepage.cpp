@@ -184,14 +184,6 @@ int mbToWc(char16_t* dest, const char* source, size_t n) {
   return static_cast<int>(p - source);
 }
 
-int wcToMb(char* dest, char16_t character) {
-  char out[8];
-  size_t n = unitsToBytes(&character, 1, out, sizeof out);
-  if (n == kConvertError) return -1;
-  std::memcpy(dest, out, n);
-  return static_cast<int>(n);
-}
-
 bool isValidCodePage(uint32_t codePage) {
   UConverter* cnv = openCodePage(codePage);
   if (!cnv) return false;

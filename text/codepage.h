@@ -30,8 +30,6 @@ size_t mbsToWcs(char16_t* dest, const char* source, size_t size);
 size_t wcsToMbs(char* dest, const char16_t* source, size_t size);
 // mbtowc: bytes taken for one character from at most n, 0 for a NUL, -1.
 int mbToWc(char16_t* dest, const char* source, size_t n);
-// wctomb: bytes written (dest needs room for 4), or -1.
-int wcToMb(char* dest, char16_t character);
 
 // Any code page by number, for the conversion calls that name one.
 bool isValidCodePage(uint32_t codePage);
