@@ -25,7 +25,7 @@ namespace {
 // Mostly ASCII with accented Latin, Cyrillic and CJK, as exported grids are.
 const std::u16string& sampleUtf16() {
   static const std::u16string text = [] {
-    const char16_t* pieces[] = {u"Customer order 10042, shipped 2024-05-01; ", u"Gr\x00FC\x00DFe aus M\x00FCnchen, ",
+    const char16_t* pieces[] = {u"Customer order 10042, shipped 2024-05-01; ", u"Gr\u00FC\u00DFe aus M\u00FCnchen, ",
                                 u"\x041C\x043E\x0441\x043A\x0432\x0430 \x0446\x0435\x043D\x0442\x0440, ",
                                 u"\x6771\x4EAC\x90FD\x6E2F\x533A, ", u"total 1,234.56 EUR\r\n"};
     std::u16string t;

@@ -34,7 +34,7 @@ void showStorageHandle() {
   zrstg_set_pool_name(storage, lines, u"lines");
   char16_t* text = nullptr;
   int32_t capacity = 0, length = 0;
-  const char16_t* words[] = {u"Gr\x00FC\x00DFe", u" aus ", u"\x041C\x043E\x0441\x043A\x0432\x0430", u"!"};
+  const char16_t* words[] = {u"Gr\u00FC\u00DFe", u" aus ", u"\x041C\x043E\x0441\x043A\x0432\x0430", u"!"};
   for (const char16_t* word : words) zrstg_str_build(storage, lines, &text, &capacity, &length, word);
   zrstg_str_wordcap(text);
   std::printf("built %d characters in a buffer of %d: %s\n", static_cast<int>(length), static_cast<int>(capacity),
