@@ -59,16 +59,22 @@ bool writeAnsi(int fd, const char16_t* text, size_t units, int32_t* written) {
   return true;
 }
 
+// Written through a fixed buffer: the string buffer spills through here when
+// memory has run out, so this path must not need a copy of the text.
 bool writeUtf16(int fd, const char16_t* text, size_t units, bool swapped, int32_t* written) {
-  std::vector<unsigned char> bytes(units * 2);
-  for (size_t i = 0; i < units; ++i) {
-    char16_t c = text[i];
-    // A mark in the text is taken as already in the file's order.
-    bool big = swapped && c != 0xFEFF && c != 0xFFFE;
-    bytes[2 * i] = static_cast<unsigned char>(big ? c >> 8 : c & 0xFF);
-    bytes[2 * i + 1] = static_cast<unsigned char>(big ? c & 0xFF : c >> 8);
+  unsigned char bytes[16384];
+  for (size_t done = 0; done < units;) {
+    size_t n = units - done < sizeof bytes / 2 ? units - done : sizeof bytes / 2;
+    for (size_t i = 0; i < n; ++i) {
+      char16_t c = text[done + i];
+      // A mark in the text is taken as already in the file's order.
+      bool big = swapped && c != 0xFEFF && c != 0xFFFE;
+      bytes[2 * i] = static_cast<unsigned char>(big ? c >> 8 : c & 0xFF);
+      bytes[2 * i + 1] = static_cast<unsigned char>(big ? c & 0xFF : c >> 8);
+    }
+    if (!writeAll(fd, bytes, 2 * n)) return false;
+    done += n;
   }
-  if (!writeAll(fd, bytes.data(), bytes.size())) return false;
   *written = static_cast<int32_t>(units);
   return true;
 }
