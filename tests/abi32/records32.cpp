@@ -2,9 +2,11 @@
 #include <cstddef>
 
 #include "ostextfile.h"
+#include "shbuffer.h"
 #include "shdec.h"
 #include "shformat.h"
 #include "shintl.h"
+#include "shlist.h"
 #include "zrheap.h"
 #include "zrstg.h"
 #include "zrstr.h"
@@ -62,3 +64,16 @@ static_assert(sizeof(zrstg_stat_info) == 24);
 static_assert(sizeof(zrfstg_store) == 16);
 static_assert(offsetof(zrfstg_store, path) == 8);
 static_assert(offsetof(zrfstg_store, nextOffset) == 12);
+
+static_assert(sizeof(SHLIST_NODE) == 12);
+static_assert(sizeof(SHLIST) == 24);
+static_assert(offsetof(SHLIST, count) == 20);
+static_assert(sizeof(SHHASH) == 40);
+static_assert(offsetof(SHHASH, size) == 20);
+static_assert(offsetof(SHHASH, keyIsList) == 36);
+static_assert(sizeof(SHHASH_STATS) == 20);
+static_assert(sizeof(SHBINTAB_ENTRY) == 8);
+static_assert(sizeof(SH_STRINGBUFFER) == 16);
+static_assert(offsetof(SH_STRINGBUFFER, spillPath) == 12);
+static_assert(sizeof(SH_GRWBLK) == 20);
+static_assert(offsetof(SH_GRWBLK, itemSize) == 16);

@@ -121,4 +121,25 @@ TEST(Exports, InternalNamespaceIsHidden) {
   EXPECT_GT(count, 10);
 }
 
+TEST(Exports, ContainerNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr);
+  for (const char* name :
+       {"shlist_new", "shlist_delete", "shlist_deleteFree", "shlist_insert", "shlist_insert_at_curr",
+        "shlist_addafter", "shlist_addbefore", "shlist_putafter", "shlist_remove", "shlist_update",
+        "shlist_get_first", "shlist_get_last", "shlist_get_next", "shlist_get_prev", "shlist_get_curr",
+        "shlist_get_count", "shlist_curr_node", "shlist_get_handle", "shlist_set_current", "shlist_traversal",
+        "shlist_sort", "shlist_sort_param", "shhash_new", "shhash_new_arg", "shhash_insert", "shhash_search",
+        "shhash_search_unique", "shhash_searchNext", "shhash_searchSlot", "shhash_remove", "shhash_clear",
+        "shhash_delete", "shhash_get_first", "shhash_get_next", "shhash_traversal", "shhash_statistics",
+        "sh_heapsort", "sh_hugeheapsort", "sh_heapsort_param", "sh_hugeheapsort_param", "sh_simplesort_param",
+        "sh_hugesimplesort_param", "sh_binary_search", "sh_bin_search", "shBinSrch", "shBinSrchi",
+        "sh_get_next_sequence_number", "sh_stringbuffer_appendstring", "sh_stringbuffer_appendchar",
+        "sh_stringbuffer_appendbuffer", "sh_stringbuffer_reset", "sh_stringbuffer_delete", "sh_grwblk_init",
+        "sh_new_grwblk", "sh_add_to_grwblk", "sh_append_to_grwblk", "sh_set_grwblk_item", "sh_grwblk_close",
+        "sh_grwblk_delete"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+}
+
 }  // namespace
