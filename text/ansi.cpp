@@ -32,7 +32,12 @@ void freeBstr(BSTR text) {
 
 }  // namespace zr::text
 
-ZRAPI int32_t zrstg_ansitostr_with_zero(char16_t* dest, const char* source, int32_t count) {
+namespace {
+
+// Converts runs between embedded zeros, which pass through as zeros; -1 when
+// a run does not convert. A null dest only counts.
+template <typename Source, typename Dest, typename Convert>
+int32_t convertWithZeros(Dest* dest, const Source* source, int32_t count, size_t outPerIn, Convert convert) {
   int32_t out = 0;
   int32_t i = 0;
   while (i < count) {
@@ -44,32 +49,22 @@ ZRAPI int32_t zrstg_ansitostr_with_zero(char16_t* dest, const char* source, int3
     }
     int32_t start = i;
     while (i < count && source[i]) ++i;
-    size_t n = bytesToUnits(source + start, static_cast<size_t>(i - start), dest ? dest + out : nullptr,
-                            static_cast<size_t>(i - start) * 2);
+    size_t run = static_cast<size_t>(i - start);
+    size_t n = convert(source + start, run, dest ? dest + out : nullptr, run * outPerIn);
     if (n == kConvertError) return -1;
     out += static_cast<int32_t>(n);
   }
   return out;
 }
 
+}  // namespace
+
+ZRAPI int32_t zrstg_ansitostr_with_zero(char16_t* dest, const char* source, int32_t count) {
+  return convertWithZeros(dest, source, count, 2, bytesToUnits);
+}
+
 ZRAPI int32_t zrstg_strtoansi_with_zero(char* dest, const char16_t* source, int32_t count) {
-  int32_t out = 0;
-  int32_t i = 0;
-  while (i < count) {
-    if (source[i] == 0) {
-      if (dest) dest[out] = 0;
-      ++out;
-      ++i;
-      continue;
-    }
-    int32_t start = i;
-    while (i < count && source[i]) ++i;
-    size_t n = unitsToBytes(source + start, static_cast<size_t>(i - start), dest ? dest + out : nullptr,
-                            static_cast<size_t>(i - start) * 4);
-    if (n == kConvertError) return -1;
-    out += static_cast<int32_t>(n);
-  }
-  return out;
+  return convertWithZeros(dest, source, count, 4, unitsToBytes);
 }
 
 ZRAPI size_t mbstowcs_force(char16_t* dest, const char* source, size_t size, int* forced) {
