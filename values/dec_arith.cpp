@@ -45,6 +45,29 @@ PSH_DEC roundTo(PSH_DEC dst, const SH_DEC* src, int16_t places, bool round) {
   return dst;
 }
 
+// x ± y x 10^shift straight to 30 digits, when y x 10^shift is beyond
+// 10^38 and so sets the digit count: dividing by 10^cut then only touches x,
+// on 128 bits. False, with dst untouched, when a carry or borrow changes the
+// count or the result overflows; the full sum handles those.
+bool alignedSumCut(SH_DEC& dst, u128 x, u128 y, int scale, int shift, bool opposite, int sign) {
+  int cut = digitCount(y) + shift - kMaxDigits;
+  if (cut > scale || cut > shift) return false;
+  u128 rem, q = divRemPow10(x, cut, rem), top = y * pow10(shift - cut);
+  if (!opposite) {
+    q += top;
+  } else {
+    // Borrow from the kept digits when x leaves a remainder.
+    q = top - q - (rem != 0);
+    if (rem != 0) rem = pow10(cut) - rem;
+  }
+  if (q < pow10(kMaxDigits - 1) || q >= pow10(kMaxDigits)) return false;
+  if (2 * rem >= pow10(cut)) ++q;
+  scale -= cut;
+  stripTrailingZeros(q, scale);
+  storeFitting(dst, q, scale, sign);
+  return true;
+}
+
 }  // namespace
 
 int16_t shCompareDec(const SH_DEC* a, const SH_DEC* b) {
@@ -144,6 +167,7 @@ PSH_DEC shAddDec(PSH_DEC dst, const SH_DEC* a, const SH_DEC* b) {
     return dst;
   }
   // Aligned beyond 10^38, y outweighs x and gives the sign.
+  if (alignedSumCut(*dst, x, y, sx, shift, opposite, signY)) return dst;
   Wide sum = multiply(y, pow10(shift));
   if (opposite)
     subtract(sum, x);

@@ -71,7 +71,8 @@ uint64_t divRemPow10(uint64_t* w, int n, int k) {
   int s = d.shift;
   uint64_t rem = 0;  // kept shifted by s
   for (int i = n - 1; i >= 0; --i) {
-    uint64_t u1 = rem | (s ? w[i] >> (64 - s) : 0);
+    // Two shifts, as s may be 0.
+    uint64_t u1 = rem | (w[i] >> 1 >> (63 - s));
     w[i] = divide2by1(u1, w[i] << s, d, rem);
   }
   return rem >> s;
@@ -140,7 +141,19 @@ inline bool divideExactly(u128& m, int i) {
   return true;
 }
 
-// Removes trailing zeros while scale remains; m is non-zero, below 10^31.
+}  // namespace
+
+u128 divRemPow10(u128 m, int n, u128& rem) {
+  uint64_t w[2] = {uint64_t(m), uint64_t(m >> 64)};
+  if (n <= 19) {
+    rem = divRemPow10(w, 2, n);
+  } else {
+    uint64_t low = divRemPow10(w, 2, 19);
+    rem = divRemPow10(w, 2, n - 19) * pow10(19) + low;
+  }
+  return u128(w[1]) << 64 | w[0];
+}
+
 void stripTrailingZeros(u128& m, int& scale) {
   if (scale == 0 || !divideExactly(m, 0)) return;
   --scale;
@@ -149,8 +162,6 @@ void stripTrailingZeros(u128& m, int& scale) {
     if ((1 << i) <= scale && divideExactly(m, i)) scale -= 1 << i;
   }
 }
-
-}  // namespace
 
 void checkedStore(SH_DEC& dst, const Wide& v, int scale, int sign) {
   std::memset(&dst, 0, sizeof dst);

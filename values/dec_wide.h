@@ -7,6 +7,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 
 #include "shdec.h"
 
@@ -31,16 +32,22 @@ inline constexpr Pow10Table128 kPow10Wide;
 
 inline u128 pow10(int n) { return kPow10Wide.p[n]; }
 
+// The record's digits are little-endian words, so on a little-endian host
+// its first 14 bytes are the magnitude as it stands.
+static_assert(std::endian::native == std::endian::little);
+
 inline u128 magnitude(const SH_DEC& d) {
-  uint64_t lo = uint64_t(d.digits[0]) | uint64_t(d.digits[1]) << 16 | uint64_t(d.digits[2]) << 32 |
-                uint64_t(d.digits[3]) << 48;
-  uint64_t hi = uint64_t(d.digits[4]) | uint64_t(d.digits[5]) << 16 | uint64_t(d.digits[6]) << 32;
-  return u128(hi) << 64 | lo;
+  uint64_t lo, hi;
+  std::memcpy(&lo, &d, 8);
+  std::memcpy(&hi, reinterpret_cast<const char*>(&d) + 8, 8);
+  return u128(hi & 0xFFFFFFFFFFFF) << 64 | lo;
 }
 
 // The low 112 bits of m.
 inline void writeMagnitude(SH_DEC& d, u128 m) {
-  for (int i = 0; i < 7; ++i) d.digits[i] = uint16_t(m >> (16 * i));
+  uint64_t lo = uint64_t(m), hi = uint64_t(m >> 64);
+  std::memcpy(&d, &lo, 8);
+  std::memcpy(reinterpret_cast<char*>(&d) + 8, &hi, 6);
 }
 
 inline int bitLength(u128 m) {
@@ -91,12 +98,19 @@ inline void subtract(Wide& v, u128 m) {
   }
 }
 
+// m / 10^n and its remainder, for 1 <= n <= 38.
+u128 divRemPow10(u128 m, int n, u128& rem);
+
+// Removes trailing zeros of a non-zero m while scale remains.
+void stripTrailingZeros(u128& m, int& scale);
+
 // Stores a non-negative result of up to 256 bits with the range tests and the
 // half-up cut to 30 digits of the checked store.
 void checkedStore(SH_DEC& dst, const Wide& v, int scale, int sign);
 
-// The same for a non-zero value already below 10^30 with a scale of 0 to 30, where no
-// test can fire and nothing is cut.
+// The same for a non-zero value of at most 30 digits (or 10^30 from a
+// rounding) with a scale of 0 to 30, where no test can fire and nothing is
+// cut.
 inline void storeFitting(SH_DEC& dst, u128 m, int scale, int sign) {
   writeMagnitude(dst, m);
   dst.flags = uint8_t(sign && m ? SH_DEC_NEGATIVE : 0);
