@@ -1,5 +1,37 @@
 // 30-digit decimal arithmetic and text conversion against peer decimal
 // libraries, each case on the same pair of 30-digit operands.
+#include <cstdint>
+
+// Intel's decimal128 as libbidgcc000 takes it: by value, with the rounding
+// mode and a flags pointer on every call.
+struct BidU128 {
+  uint64_t w[2];
+};
+
+#ifdef ZR_BENCH_INTEL_BID_MODULE
+// This file built alone as a shared module around Intel's library. Intel's
+// __bid128_* functions carry the names of libgcc's routines behind
+// _Decimal128 but take other arguments: linked into the benchmark itself,
+// GCC's decimal operators would call Intel's code and crash. The module
+// keeps those names to itself and exports only these wrappers.
+extern "C" {
+BidU128 __bid128_add(BidU128, BidU128, unsigned, unsigned*);
+BidU128 __bid128_mul(BidU128, BidU128, unsigned, unsigned*);
+BidU128 __bid128_div(BidU128, BidU128, unsigned, unsigned*);
+int __bid128_quiet_less(BidU128, BidU128, unsigned*);
+BidU128 __bid128_from_string(char*, unsigned, unsigned*);
+void __bid128_to_string(char*, BidU128, unsigned*);
+
+#define ZR_BID_EXPORT __attribute__((visibility("default")))
+ZR_BID_EXPORT BidU128 zrBenchBidAdd(BidU128 a, BidU128 b, unsigned r, unsigned* f) { return __bid128_add(a, b, r, f); }
+ZR_BID_EXPORT BidU128 zrBenchBidMul(BidU128 a, BidU128 b, unsigned r, unsigned* f) { return __bid128_mul(a, b, r, f); }
+ZR_BID_EXPORT BidU128 zrBenchBidDiv(BidU128 a, BidU128 b, unsigned r, unsigned* f) { return __bid128_div(a, b, r, f); }
+ZR_BID_EXPORT int zrBenchBidLess(BidU128 a, BidU128 b, unsigned* f) { return __bid128_quiet_less(a, b, f); }
+ZR_BID_EXPORT BidU128 zrBenchBidFromString(char* s, unsigned r, unsigned* f) { return __bid128_from_string(s, r, f); }
+ZR_BID_EXPORT void zrBenchBidToString(char* s, BidU128 a, unsigned* f) { __bid128_to_string(s, a, f); }
+}
+#else
+
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -113,17 +145,14 @@ BENCHMARK(DecNumberToText)->Name("to_text/decNumber");
 #endif
 
 #ifdef ZR_BENCH_INTEL_BID
-// libbidgcc000: arguments by value, rounding mode and flags per call.
-struct BidU128 {
-  uint64_t w[2];
-};
+// The Intel peer runs through these wrappers; see the module below.
 extern "C" {
-BidU128 __bid128_add(BidU128, BidU128, unsigned, unsigned*);
-BidU128 __bid128_mul(BidU128, BidU128, unsigned, unsigned*);
-BidU128 __bid128_div(BidU128, BidU128, unsigned, unsigned*);
-int __bid128_quiet_less(BidU128, BidU128, unsigned*);
-BidU128 __bid128_from_string(char*, unsigned, unsigned*);
-void __bid128_to_string(char*, BidU128, unsigned*);
+BidU128 zrBenchBidAdd(BidU128, BidU128, unsigned, unsigned*);
+BidU128 zrBenchBidMul(BidU128, BidU128, unsigned, unsigned*);
+BidU128 zrBenchBidDiv(BidU128, BidU128, unsigned, unsigned*);
+int zrBenchBidLess(BidU128, BidU128, unsigned*);
+BidU128 zrBenchBidFromString(char*, unsigned, unsigned*);
+void zrBenchBidToString(char*, BidU128, unsigned*);
 }
 
 namespace {
@@ -132,7 +161,7 @@ constexpr unsigned kHalfUp = 4;  // BID_ROUNDING_TIES_AWAY
 
 BidU128 bid(const char* text) {
   unsigned flags = 0;
-  return __bid128_from_string(const_cast<char*>(text), kHalfUp, &flags);
+  return zrBenchBidFromString(const_cast<char*>(text), kHalfUp, &flags);
 }
 
 template <BidU128 (*Op)(BidU128, BidU128, unsigned, unsigned*)>
@@ -144,16 +173,16 @@ void IntelBid(benchmark::State& state) {
     benchmark::DoNotOptimize(Op(a, b, kHalfUp, &flags));
   }
 }
-BENCHMARK(IntelBid<__bid128_add>)->Name("add/intel_bid128");
-BENCHMARK(IntelBid<__bid128_mul>)->Name("multiply/intel_bid128");
-BENCHMARK(IntelBid<__bid128_div>)->Name("divide/intel_bid128");
+BENCHMARK(IntelBid<zrBenchBidAdd>)->Name("add/intel_bid128");
+BENCHMARK(IntelBid<zrBenchBidMul>)->Name("multiply/intel_bid128");
+BENCHMARK(IntelBid<zrBenchBidDiv>)->Name("divide/intel_bid128");
 
 void IntelBidCompare(benchmark::State& state) {
   BidU128 a = bid(kA), b = bid(kB);
   unsigned flags = 0;
   for (auto _ : state) {
     benchmark::DoNotOptimize(a);
-    benchmark::DoNotOptimize(__bid128_quiet_less(a, b, &flags));
+    benchmark::DoNotOptimize(zrBenchBidLess(a, b, &flags));
   }
 }
 BENCHMARK(IntelBidCompare)->Name("compare/intel_bid128");
@@ -162,7 +191,7 @@ void IntelBidFromText(benchmark::State& state) {
   char text[sizeof kA];
   std::memcpy(text, kA, sizeof kA);
   unsigned flags = 0;
-  for (auto _ : state) benchmark::DoNotOptimize(__bid128_from_string(text, kHalfUp, &flags));
+  for (auto _ : state) benchmark::DoNotOptimize(zrBenchBidFromString(text, kHalfUp, &flags));
 }
 BENCHMARK(IntelBidFromText)->Name("from_text/intel_bid128");
 
@@ -172,7 +201,7 @@ void IntelBidToText(benchmark::State& state) {
   unsigned flags = 0;
   for (auto _ : state) {
     benchmark::DoNotOptimize(a);
-    __bid128_to_string(text, a, &flags);
+    zrBenchBidToString(text, a, &flags);
     benchmark::DoNotOptimize(text);
   }
 }
@@ -216,3 +245,5 @@ BENCHMARK_CAPTURE(Gcc128, compare, [](decimal128 a, decimal128 b) { return a < b
 #endif
 
 BENCHMARK_MAIN();
+
+#endif

@@ -1,7 +1,9 @@
 // Comparison, sign, rounding, addition and multiplication of decimals.
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
+#include "values/dec_wide.h"
 #include "values/dec_work.h"
 
 using namespace zr::dec;
@@ -9,9 +11,9 @@ using namespace zr::dec;
 namespace {
 
 // -1, 0 or 1 by bit 0; 0 for a zero magnitude whatever its sign bit.
-int signOf(const DecWork& v) {
-  if (isZero(v.w)) return 0;
-  return v.sign ? -1 : 1;
+int signOf(const SH_DEC& d, u128 magnitude) {
+  if (magnitude == 0) return 0;
+  return d.flags & SH_DEC_NEGATIVE ? -1 : 1;
 }
 
 PSH_DEC roundTo(PSH_DEC dst, const SH_DEC* src, int16_t places, bool round) {
@@ -43,22 +45,51 @@ PSH_DEC roundTo(PSH_DEC dst, const SH_DEC* src, int16_t places, bool round) {
   return dst;
 }
 
+// x ± y x 10^shift straight to 30 digits, when y x 10^shift is beyond
+// 10^38 and so sets the digit count: dividing by 10^cut then only touches x,
+// on 128 bits. False, with dst untouched, when a carry or borrow changes the
+// count or the result overflows; the full sum handles those.
+bool alignedSumCut(SH_DEC& dst, u128 x, u128 y, int scale, int shift, bool opposite, int sign) {
+  int cut = digitCount(y) + shift - kMaxDigits;
+  if (cut > scale || cut > shift) return false;
+  u128 rem, q = divRemPow10(x, cut, rem), top = y * pow10(shift - cut);
+  if (!opposite) {
+    q += top;
+  } else {
+    // Borrow from the kept digits when x leaves a remainder.
+    q = top - q - (rem != 0);
+    if (rem != 0) rem = pow10(cut) - rem;
+  }
+  if (q < pow10(kMaxDigits - 1) || q >= pow10(kMaxDigits)) return false;
+  if (2 * rem >= pow10(cut)) ++q;
+  scale -= cut;
+  stripTrailingZeros(q, scale);
+  storeFitting(dst, q, scale, sign);
+  return true;
+}
+
 }  // namespace
 
 int16_t shCompareDec(const SH_DEC* a, const SH_DEC* b) {
   if (!a || !b) return 0;
   if (std::memcmp(a, b, sizeof *a) == 0) return 0;
-  DecWork x = load(*a), y = load(*b);
-  int sx = signOf(x), sy = signOf(y);
+  u128 x = magnitude(*a), y = magnitude(*b);
+  int sx = signOf(*a, x), sy = signOf(*b, y);
   if (sx != sy) return sx < sy ? -1 : 1;
   if (sx == 0) return 0;
-  int ix = digitCount(x.w) - x.scale, iy = digitCount(y.w) - y.scale;
-  if (ix != iy) return int16_t(ix < iy ? -sx : sx);
-  if (x.scale < y.scale)
-    mulPow10(x.w, y.scale - x.scale);
-  else
-    mulPow10(y.w, x.scale - y.scale);
-  return int16_t(compareWords(x.w, y.w) * sx);
+  int cx = scaleOf(*a), cy = scaleOf(*b);
+  if (cx != cy) {
+    int ix = digitCount(x) - cx, iy = digitCount(y) - cy;
+    if (ix != iy) return int16_t(ix < iy ? -sx : sx);
+    // With equal integer digits the aligned operand has no more digits than
+    // the other, so it stays within 128 bits.
+    if (cx < cy)
+      x *= pow10(cy - cx);
+    else
+      y *= pow10(cx - cy);
+  }
+  if (x == y) return 0;
+  return int16_t(x < y ? -sx : sx);
 }
 
 PSH_DEC shMaxDec(PSH_DEC dst, const SH_DEC* a, const SH_DEC* b) {
@@ -93,47 +124,56 @@ PSH_DEC shTruncDec(PSH_DEC dst, const SH_DEC* src, int16_t places) { return roun
 
 PSH_DEC shAddDec(PSH_DEC dst, const SH_DEC* a, const SH_DEC* b) {
   if (!dst || !a || !b) return nullptr;
-  if (isZero(*a)) {
+  u128 x = magnitude(*a), y = magnitude(*b);
+  if (x == 0) {
     *dst = *b;
     return dst;
   }
-  if (isZero(*b)) {
+  if (y == 0) {
     *dst = *a;
     return dst;
   }
-  DecWork x = load(*a), y = load(*b);
-  if (x.scale < y.scale) {
-    mulPow10(x.w, y.scale - x.scale);
-    x.scale = y.scale;
-  } else if (y.scale < x.scale) {
-    mulPow10(y.w, x.scale - y.scale);
+  int sx = scaleOf(*a), sy = scaleOf(*b);
+  int signX = a->flags & SH_DEC_NEGATIVE, signY = b->flags & SH_DEC_NEGATIVE;
+  bool opposite = signX != signY;
+  // The sum is symmetric, so let y be the operand aligned to x's scale.
+  if (sx < sy) {
+    std::swap(x, y);
+    std::swap(sx, sy);
+    std::swap(signX, signY);
   }
-  if (x.sign == y.sign) {
-    uint64_t carry = 0;
-    for (int i = 0; i < kWords; ++i) {
-      uint64_t t = uint64_t(x.w[i]) + y.w[i] + carry;
-      x.w[i] = uint32_t(t);
-      carry = t >> 32;
+  int shift = sx - sy;
+  if (y < pow10(38 - shift)) {
+    // Aligned below 10^38: everything stays within 128 bits.
+    y *= pow10(shift);
+    if (opposite) {
+      if (x == y) {
+        setArithmeticZero(*dst);
+        return dst;
+      }
+      // The larger magnitude keeps its sign.
+      if (x < y) {
+        std::swap(x, y);
+        signX = signY;
+      }
+      x -= y;
+    } else {
+      x += y;
     }
-  } else {
-    int c = compareWords(x.w, y.w);
-    if (c == 0) {
-      setArithmeticZero(*dst);
-      return dst;
-    }
-    // Subtract the smaller magnitude from the larger, keeping the larger's sign.
-    if (c < 0) {
-      std::swap(x.w, y.w);
-      x.sign = y.sign;
-    }
-    uint64_t borrow = 0;
-    for (int i = 0; i < kWords; ++i) {
-      uint64_t t = uint64_t(x.w[i]) - y.w[i] - borrow;
-      x.w[i] = uint32_t(t);
-      borrow = (t >> 32) & 1;
-    }
+    if (x < pow10(kMaxDigits))
+      storeFitting(*dst, x, sx, signX);
+    else
+      checkedStore(*dst, widen(x), sx, signX);
+    return dst;
   }
-  checkedStore(*dst, x);
+  // Aligned beyond 10^38, y outweighs x and gives the sign.
+  if (alignedSumCut(*dst, x, y, sx, shift, opposite, signY)) return dst;
+  Wide sum = multiply(y, pow10(shift));
+  if (opposite)
+    subtract(sum, x);
+  else
+    add(sum, x);
+  checkedStore(*dst, sum, sx, signY);
   return dst;
 }
 
@@ -146,16 +186,22 @@ PSH_DEC shSubDec(PSH_DEC dst, const SH_DEC* a, const SH_DEC* b) {
 
 PSH_DEC shMultDec(PSH_DEC dst, const SH_DEC* a, const SH_DEC* b) {
   if (!dst || !a || !b) return nullptr;
-  if (isZero(*a) || isZero(*b)) {
+  u128 x = magnitude(*a), y = magnitude(*b);
+  if (x == 0 || y == 0) {
     setArithmeticZero(*dst);
     return dst;
   }
-  DecWork x = load(*a), y = load(*b);
-  DecWork r{};
-  mulWords(r.w, x.w, y.w);
-  r.scale = int16_t(x.scale + y.scale);
-  r.sign = int16_t(x.sign ^ y.sign);
-  checkedStore(*dst, r);
+  int scale = scaleOf(*a) + scaleOf(*b);
+  int sign = (a->flags ^ b->flags) & SH_DEC_NEGATIVE;
+  if ((x >> 64) == 0 && (y >> 64) == 0) {
+    u128 p = x * y;
+    if (p < pow10(kMaxDigits) && scale <= kMaxDigits)
+      storeFitting(*dst, p, scale, sign);
+    else
+      checkedStore(*dst, widen(p), scale, sign);
+    return dst;
+  }
+  checkedStore(*dst, multiply(x, y), scale, sign);
   return dst;
 }
 

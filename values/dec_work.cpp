@@ -5,6 +5,8 @@
 #include <bit>
 #include <cstring>
 
+#include "values/dec_wide.h"
+
 namespace zr::dec {
 namespace {
 
@@ -194,33 +196,6 @@ void writeDigits(SH_DEC& dst, const uint32_t* w) {
   for (int i = 0; i < 7; ++i) dst.digits[i] = uint16_t(w[i / 2] >> (16 * (i % 2)));
 }
 
-// The range tests and the cut to 30 digits shared by the two range-tested
-// stores; dst is already zero.
-void storeInRange(SH_DEC& dst, DecWork& v) {
-  int s = v.scale, d = digitCount(v.w);
-  if (s - d >= kMaxDigits) {
-    dst.flags = SH_DEC_UNDERFLOW;
-    return;
-  }
-  if (d - s > kMaxDigits) {
-    dst.flags = SH_DEC_OVERFLOW;
-    return;
-  }
-  int cut;
-  if (s < d)
-    cut = d <= kMaxDigits ? 0 : std::min(s, d - kMaxDigits);
-  else
-    cut = s <= kMaxDigits ? 0 : s - kMaxDigits;
-  if (cut > 0) {
-    divPow10(v.w, cut, true);
-    v.scale = int16_t(v.scale - cut);
-    stripZeros(v);
-  }
-  writeDigits(dst, v.w);
-  dst.scale = uint8_t(v.scale & 0x1F);
-  if (v.sign && !isZero(dst)) dst.flags = SH_DEC_NEGATIVE;
-}
-
 }  // namespace
 
 void plainStore(SH_DEC& dst, const DecWork& v) {
@@ -230,14 +205,17 @@ void plainStore(SH_DEC& dst, const DecWork& v) {
 }
 
 void checkedStore(SH_DEC& dst, DecWork v) {
-  std::memset(&dst, 0, sizeof dst);
-  storeInRange(dst, v);
+  Wide wide{};
+  for (int i = 0; i < kWords; ++i) wide.w[i / 2] |= uint64_t(v.w[i]) << (32 * (i % 2));
+  checkedStore(dst, wide, v.scale, v.sign);
 }
 
 void normalisingStore(SH_DEC& dst, DecWork v) {
-  std::memset(&dst, 0, sizeof dst);
   stripZeros(v);
-  if (!isZero(v.w)) storeInRange(dst, v);
+  if (isZero(v.w))
+    std::memset(&dst, 0, sizeof dst);
+  else
+    checkedStore(dst, v);
 }
 
 }  // namespace zr::dec

@@ -1,7 +1,8 @@
 // dec_work.h - the working form of a decimal: a 224-bit unsigned integer with
 // scale and sign, large enough for the full product of two magnitudes and for
 // a magnitude aligned by 10^30. Every operation loads, computes on the stack
-// and stores through one of the three stores below.
+// and stores through one of the three stores below, or, for the fast paths of
+// add and multiply, through the 64-bit checked store of dec_wide.h.
 #ifndef VALUES_DEC_WORK_H
 #define VALUES_DEC_WORK_H
 
@@ -77,7 +78,8 @@ void stripZeros(DecWork& v, int target = -1);
 // Digits, scale (when 0-30) and, for a non-zero magnitude, the sign; other
 // flags of dst stay.
 void plainStore(SH_DEC& dst, const DecWork& v);
-// Range-tested store of arithmetic results, rounding to 30 digits.
+// Range-tested store of arithmetic results, rounding to 30 digits; goes
+// through the 64-bit store.
 void checkedStore(SH_DEC& dst, DecWork v);
 // Like the checked store, after stripping trailing zeros first.
 void normalisingStore(SH_DEC& dst, DecWork v);
