@@ -13,29 +13,31 @@ const HeapTypeInfo kMallocInfo = {"void*", "malloc", "free", "szrheap", 0};
 const HeapTypeInfo kCallocInfo = {"void*", "calloc", "free", "szrheap", 0};
 const HeapTypeInfo kReallocInfo = {"void*", "realloc", "free", "szrheap", 0};
 
-// Constant-initialised, so reading it needs no initialisation check.
-thread_local uint32_t t_threadId = 0;
-
-// Picks the thread slot for a size index (see the heap's design notes in
-// zrheap.h): the slot this thread used last, or the least recently used.
+// Picks the thread slot for a size index: the slot holding this thread's id,
+// or else the least recently used one, which the thread takes over. Most
+// calls find the thread's last slot still its own and stop there; every
+// 64th goes the whole way and raises the shared tick that orders the slots,
+// so that threads don't fight over one cache line at every allocation.
 int slotOf(Heap& h, int index) {
   if (index > h.mpMaxIndex) return 0;
+  ThreadState& t = t_state;
+  const uint32_t self = t.threadId ? t.threadId : (t.threadId = platform::currentThreadId());
+  if (h.slots[t.lastSlot].threadId == self && (++t.slotCalls & 63)) return t.lastSlot;
   uint32_t tick = __atomic_load_n(&h.tick, __ATOMIC_RELAXED) + 1;
   if (tick < 1) tick = 1;
   __atomic_store_n(&h.tick, tick, __ATOMIC_RELAXED);
-  const uint32_t self = t_threadId ? t_threadId : (t_threadId = platform::currentThreadId());
-  int oldest = 0;
-  for (int s = 0; s <= h.mpMaxSlot; ++s) {
-    if (h.slots[s].threadId == self) {
-      // Only the tick's order matters; skip the store while it is fresh.
-      if (tick - h.slots[s].tick > 64) h.slots[s].tick = tick;
-      return s;
-    }
-    if (h.slots[s].tick < h.slots[oldest].tick) oldest = s;
+  int chosen = -1, oldest = 0;
+  for (int s = 0; s <= h.mpMaxSlot && chosen < 0; ++s) {
+    if (h.slots[s].threadId == self) chosen = s;
+    else if (h.slots[s].tick < h.slots[oldest].tick) oldest = s;
   }
-  h.slots[oldest].threadId = self;
-  h.slots[oldest].tick = tick;
-  return oldest;
+  if (chosen < 0) {
+    chosen = oldest;
+    h.slots[chosen].threadId = self;
+  }
+  h.slots[chosen].tick = tick;
+  t.lastSlot = chosen;
+  return chosen;
 }
 
 void* rootOf(void* u) {
@@ -128,8 +130,9 @@ static void* allocate(size_t n, const HeapTypeInfo* info, void* parent) {
   char* u = nullptr;
   BuddyBlock* node = nullptr;
 
-  if (!large && !debug && (u = static_cast<char*>(cachePop(i)))) {
-    u = static_cast<char*>(userOfWord(u));
+  char* cached = !large && !debug ? cachePop(i, slot) : nullptr;
+  if (cached) {
+    u = static_cast<char*>(userOfWord(cached));
   } else if (!large) {
     SlotRow& row = h.rows[i][slot];
     lock(&row.lock);
@@ -293,10 +296,10 @@ ZRAPI void ZrHeap_free(void* u) {
   }
 
   if (h.classSize[i] < h.largeMinSize) {
-    bool debugBlock = word & ZRHEAP_FLAG_DEBUG;
     poison(u, (word & ZRHEAP_FLAG_LARGE) ? hdr->currentSize : h.classSize[i]);
     hdr->blockWord = ZRHEAP_FREED_WORD;
-    if (!debugBlock && cachePush(i, blockWordAddress(u))) return;
+    const bool debugBlock = word & ZRHEAP_FLAG_DEBUG;
+    if (!debugBlock && cachePush(i, slotOfWord(word), blockWordAddress(u))) return;
     SlotRow& row = h.rows[i][slotOfWord(word)];
     lock(&row.lock);
     char*& head = debugBlock ? row.debugHead : row.plainHead;

@@ -1,87 +1,120 @@
-// The thread cache: each thread keeps a few of the plain small blocks it
-// frees and hands them out again without a lock. A cached block is marked
-// freed like any other; reports count it as free, and a thread's cache goes
-// back to the shared free lists when the thread ends.
+// The thread cache: each thread keeps a few plain small blocks per class and
+// hands them out and takes them back without a lock; it trades with the
+// shared free lists in batches, one lock for many blocks. A cached block is
+// marked freed like any other; reports count it as free, and a thread's cache
+// goes back to the shared free lists when the thread ends.
+#include <cstdlib>
+
 #include "frame/szrheap_internal.h"
 
 namespace zr::heap {
-namespace {
+
+constinit thread_local ThreadState t_state{};
 
 struct ThreadCache {
-  char* head[kMaxSmallClasses];     // block words, linked through the parent link
+  char* head[kMaxSmallClasses];      // block words, linked through the parent link
   uint32_t count[kMaxSmallClasses];  // written by the owner, read by reports
   ThreadCache* next;
   ThreadCache* previous;
-  bool registered;
 };
 
-constinit thread_local ThreadCache t_cache{};
+namespace {
 
-void returnToFreeLists(ThreadCache& c) {
-  Heap& h = heap();
-  for (int i = 0; i < kMaxSmallClasses; ++i) {
-    if (!c.count[i]) continue;
-    SlotRow& row = h.rows[i][0];
-    lock(&row.lock);
-    while (char* word = c.head[i]) {
-      ZrHeapBlockHeader* hdr = headerOf(userOfWord(word));
-      c.head[i] = static_cast<char*>(hdr->parentLink);
-      hdr->parentLink = row.plainHead;
-      row.plainHead = word;
-      --row.plainUsed;
-      ++row.plainFree;
-    }
-    __atomic_store_n(&c.count[i], 0u, __ATOMIC_RELAXED);
-    unlock(&row.lock);
+// Moves all cached blocks of a class to a shared free list under one lock.
+void spillClass(ThreadCache& c, int index, SlotRow& row) {
+  lock(&row.lock);
+  while (char* word = c.head[index]) {
+    ZrHeapBlockHeader* hdr = headerOf(userOfWord(word));
+    c.head[index] = static_cast<char*>(hdr->parentLink);
+    hdr->parentLink = row.plainHead;
+    row.plainHead = word;
+    --row.plainUsed;
+    ++row.plainFree;
   }
+  __atomic_store_n(&c.count[index], 0u, __ATOMIC_RELAXED);
+  unlock(&row.lock);
 }
 
-// Registers the thread's cache on first use and flushes it at thread end.
+// Creates and registers the thread's cache on first use, and at thread end
+// gives its blocks back and retires it. After that the thread has no cache.
 struct CacheOwner {
   CacheOwner() {
+    auto* c = static_cast<ThreadCache*>(std::calloc(1, sizeof(ThreadCache)));
+    if (!c) return;
     Heap& h = heap();
-    ThreadCache& c = t_cache;
     lock(&h.cacheLock);
-    c.previous = nullptr;
-    c.next = static_cast<ThreadCache*>(h.caches);
-    if (c.next) c.next->previous = &c;
-    h.caches = &c;
-    c.registered = true;
+    c->next = static_cast<ThreadCache*>(h.caches);
+    if (c->next) c->next->previous = c;
+    h.caches = c;
     unlock(&h.cacheLock);
+    t_state.cache = c;
   }
   ~CacheOwner() {
+    ThreadCache* c = t_state.cache;
+    t_state.cache = nullptr;
+    t_state.cacheRetired = true;
+    if (!c) return;
+    for (int i = 0; i < kMaxSmallClasses; ++i)
+      if (c->count[i]) spillClass(*c, i, heap().rows[i][0]);
     Heap& h = heap();
-    ThreadCache& c = t_cache;
-    returnToFreeLists(c);
     lock(&h.cacheLock);
-    if (c.previous) c.previous->next = c.next;
-    else h.caches = c.next;
-    if (c.next) c.next->previous = c.previous;
-    c.registered = false;
+    if (c->previous) c->previous->next = c->next;
+    else h.caches = c->next;
+    if (c->next) c->next->previous = c->previous;
     unlock(&h.cacheLock);
+    std::free(c);
   }
 };
 
-void registerThisThread() { static thread_local CacheOwner owner; }
+ThreadCache* cacheOfThisThread() {
+  if (ThreadCache* c = t_state.cache) return c;
+  if (t_state.cacheRetired) return nullptr;
+  static thread_local CacheOwner owner;
+  return t_state.cache;
+}
 
 }  // namespace
 
-char* cachePop(int index) {
-  ThreadCache& c = t_cache;
-  char* word = c.head[index];
-  if (!word) return nullptr;
-  c.head[index] = static_cast<char*>(headerOf(userOfWord(word))->parentLink);
-  __atomic_store_n(&c.count[index], c.count[index] - 1, __ATOMIC_RELAXED);
+char* cachePop(int index, int slot) {
+  ThreadCache* c = t_state.cache;
+  if (!c || !c->head[index]) {
+    // Refill from the shared list in one locked step; the blocks count as
+    // taken there and as cached here.
+    SlotRow& row = heap().rows[index][slot];
+    if (!row.plainHead || !(c = cacheOfThisThread())) return nullptr;
+    lock(&row.lock);
+    uint32_t n = 0;
+    char* last = nullptr;
+    for (char* word = row.plainHead; word && n < kCacheRefill;
+         word = static_cast<char*>(headerOf(userOfWord(word))->parentLink)) {
+      last = word;
+      ++n;
+    }
+    if (n) {
+      c->head[index] = row.plainHead;
+      ZrHeapBlockHeader* tail = headerOf(userOfWord(last));
+      row.plainHead = static_cast<char*>(tail->parentLink);
+      tail->parentLink = nullptr;
+      row.plainFree -= n;
+      row.plainUsed += n;
+      __atomic_store_n(&c->count[index], n, __ATOMIC_RELAXED);
+    }
+    unlock(&row.lock);
+    if (!n) return nullptr;
+  }
+  char* word = c->head[index];
+  c->head[index] = static_cast<char*>(headerOf(userOfWord(word))->parentLink);
+  __atomic_store_n(&c->count[index], c->count[index] - 1, __ATOMIC_RELAXED);
   return word;
 }
 
-bool cachePush(int index, char* word) {
-  ThreadCache& c = t_cache;
-  if (c.count[index] >= kCacheDepth) return false;
-  if (!c.registered) registerThisThread();
-  headerOf(userOfWord(word))->parentLink = c.head[index];
-  c.head[index] = word;
-  __atomic_store_n(&c.count[index], c.count[index] + 1, __ATOMIC_RELAXED);
+bool cachePush(int index, int slot, char* word) {
+  ThreadCache* c = t_state.cache;
+  if (!c && !(c = cacheOfThisThread())) return false;
+  if (c->count[index] >= kCacheDepth) spillClass(*c, index, heap().rows[index][slot]);
+  headerOf(userOfWord(word))->parentLink = c->head[index];
+  c->head[index] = word;
+  __atomic_store_n(&c->count[index], c->count[index] + 1, __ATOMIC_RELAXED);
   return true;
 }
 

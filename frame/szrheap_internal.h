@@ -28,7 +28,8 @@ constexpr int kMaxClasses = 100;
 constexpr int kSlots = 32;
 constexpr int kChildLocks = 16;
 constexpr int kMaxSmallClasses = 31;  // the most small classes a page size allows
-constexpr uint32_t kCacheDepth = 16;  // plain blocks a thread keeps per class
+constexpr uint32_t kCacheDepth = 32;   // plain blocks a thread keeps per class
+constexpr uint32_t kCacheRefill = 16;  // blocks taken from a shared list at once
 constexpr uint32_t kFirstSerial = 0x12345678u;
 constexpr size_t kDefaultHeapSize = 0x1F8000;
 constexpr size_t kDefaultPoolThreshold = 0x40000;
@@ -197,10 +198,25 @@ char* cutSmallRegion(size_t n);
 // True while this thread holds the small lock (the dump must not wait on it).
 bool smallLockHeldHere();
 
-// ---- Thread cache (szrheap_cache.cpp). Only plain small blocks of the
-// freeing thread go there; a full cache sends blocks to the shared lists.
-char* cachePop(int index);               // a cached block's word, or null
-bool cachePush(int index, char* word);   // false when the class is full
+// ---- Per-thread state, read on every allocation and free. Initial-exec TLS
+// keeps that a plain load: a few bytes, well within what the loader keeps
+// spare for libraries opened late.
+struct ThreadCache;
+struct ThreadState {
+  uint32_t threadId;  // 0 until first asked
+  int lastSlot;       // the slot chosen last, valid while it still holds threadId
+  uint32_t slotCalls;
+  bool cacheRetired;  // the thread is ending: no cache any more
+  ThreadCache* cache;
+};
+extern constinit thread_local ThreadState t_state __attribute__((tls_model("initial-exec")));
+
+// ---- Thread cache (szrheap_cache.cpp): plain small blocks only. An empty
+// class refills from the shared list of (index, slot); a full one goes back
+// to it whole.
+char* cachePop(int index, int slot);  // a block's word, or null when both are empty
+// False once the thread's cache is retired: the caller uses the shared list.
+bool cachePush(int index, int slot, char* word);
 long cachedBlocks(int index);            // held by all threads' caches
 
 // ---- Reports (szrheap_report.cpp).
