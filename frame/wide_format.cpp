@@ -18,23 +18,23 @@ struct Sink {
   }
 };
 
-struct Spec {
+struct Field {
   bool left = false, zero = false, alternate = false;
   int width = 0, precision = -1;
 };
 
 template <typename Unit>
-void putText(Sink& sink, const Spec& spec, const Unit* text) {
+void putText(Sink& sink, const Field& field, const Unit* text) {
   static const Unit nullText[] = {'(', 'n', 'u', 'l', 'l', ')', 0};
   if (!text) text = nullText;
   int n = 0;
-  while (text[n] && (spec.precision < 0 || n < spec.precision)) ++n;
-  if (!spec.left) sink.repeat(u' ', spec.width - n);
+  while (text[n] && (field.precision < 0 || n < field.precision)) ++n;
+  if (!field.left) sink.repeat(u' ', field.width - n);
   for (int i = 0; i < n; ++i) sink.put(static_cast<char16_t>(static_cast<std::make_unsigned_t<Unit>>(text[i])));
-  if (spec.left) sink.repeat(u' ', spec.width - n);
+  if (field.left) sink.repeat(u' ', field.width - n);
 }
 
-void putNumber(Sink& sink, const Spec& spec, uint64_t magnitude, bool negative, unsigned base, bool upper,
+void putNumber(Sink& sink, const Field& field, uint64_t magnitude, bool negative, unsigned base, bool upper,
                const char* prefix) {
   char digits[24];
   int n = 0;
@@ -43,19 +43,19 @@ void putNumber(Sink& sink, const Spec& spec, uint64_t magnitude, bool negative, 
     digits[n++] = set[magnitude % base];
     magnitude /= base;
   } while (magnitude);
-  int precisionZeros = spec.precision > n ? spec.precision - n : 0;
+  int precisionZeros = field.precision > n ? field.precision - n : 0;
   int prefixLength = negative ? 1 : 0;
   for (const char* p = prefix; *p; ++p) ++prefixLength;
   int body = prefixLength + precisionZeros + n;
-  int pad = spec.width > body ? spec.width - body : 0;
-  bool zeroPad = spec.zero && !spec.left && spec.precision < 0;
-  if (!spec.left && !zeroPad) sink.repeat(u' ', pad);
+  int pad = field.width > body ? field.width - body : 0;
+  bool zeroPad = field.zero && !field.left && field.precision < 0;
+  if (!field.left && !zeroPad) sink.repeat(u' ', pad);
   if (negative) sink.put(u'-');
   for (const char* p = prefix; *p; ++p) sink.put(static_cast<char16_t>(*p));
   if (zeroPad) sink.repeat(u'0', pad);
   sink.repeat(u'0', precisionZeros);
   while (n) sink.put(static_cast<char16_t>(digits[--n]));
-  if (spec.left) sink.repeat(u' ', pad);
+  if (field.left) sink.repeat(u' ', pad);
 }
 
 }  // namespace
@@ -69,27 +69,27 @@ size_t formatWide(char16_t* out, size_t capacity, const char16_t* format, va_lis
       continue;
     }
     ++f;
-    Spec spec;
+    Field field;
     for (;; ++f) {
-      if (*f == u'-') spec.left = true;
-      else if (*f == u'0') spec.zero = true;
-      else if (*f == u'#') spec.alternate = true;
+      if (*f == u'-') field.left = true;
+      else if (*f == u'0') field.zero = true;
+      else if (*f == u'#') field.alternate = true;
       else break;
     }
     if (*f == u'*') {
-      spec.width = va_arg(args, int);
-      if (spec.width < 0) spec.left = true, spec.width = -spec.width;
+      field.width = va_arg(args, int);
+      if (field.width < 0) field.left = true, field.width = -field.width;
       ++f;
     }
-    while (*f >= u'0' && *f <= u'9') spec.width = spec.width * 10 + (*f++ - u'0');
+    while (*f >= u'0' && *f <= u'9') field.width = field.width * 10 + (*f++ - u'0');
     if (*f == u'.') {
-      spec.precision = 0;
+      field.precision = 0;
       ++f;
       if (*f == u'*') {
-        spec.precision = va_arg(args, int);
+        field.precision = va_arg(args, int);
         ++f;
       }
-      while (*f >= u'0' && *f <= u'9') spec.precision = spec.precision * 10 + (*f++ - u'0');
+      while (*f >= u'0' && *f <= u'9') field.precision = field.precision * 10 + (*f++ - u'0');
     }
     int longs = 0;
     bool sizeT = false;
@@ -117,41 +117,41 @@ size_t formatWide(char16_t* out, size_t capacity, const char16_t* format, va_lis
       case u'd':
       case u'i': {
         int64_t v = signedArg();
-        putNumber(sink, spec, v < 0 ? 0 - static_cast<uint64_t>(v) : static_cast<uint64_t>(v), v < 0, 10, false, "");
+        putNumber(sink, field, v < 0 ? 0 - static_cast<uint64_t>(v) : static_cast<uint64_t>(v), v < 0, 10, false, "");
         break;
       }
       case u'u':
-        putNumber(sink, spec, unsignedArg(), false, 10, false, "");
+        putNumber(sink, field, unsignedArg(), false, 10, false, "");
         break;
       case u'x':
       case u'X': {
         uint64_t v = unsignedArg();
         bool upper = *f == u'X';
-        putNumber(sink, spec, v, false, 16, upper, spec.alternate && v ? (upper ? "0X" : "0x") : "");
+        putNumber(sink, field, v, false, 16, upper, field.alternate && v ? (upper ? "0X" : "0x") : "");
         break;
       }
       case u'p': {
-        spec.precision = static_cast<int>(2 * sizeof(void*));
-        putNumber(sink, spec, reinterpret_cast<uintptr_t>(va_arg(args, void*)), false, 16, true, "");
+        field.precision = static_cast<int>(2 * sizeof(void*));
+        putNumber(sink, field, reinterpret_cast<uintptr_t>(va_arg(args, void*)), false, 16, true, "");
         break;
       }
       case u'c': {
         char16_t c[2] = {static_cast<char16_t>(va_arg(args, int)), 0};
-        spec.precision = 1;
-        putText(sink, spec, c);
+        field.precision = 1;
+        putText(sink, field, c);
         break;
       }
       case u'C': {
         char c[2] = {static_cast<char>(va_arg(args, int)), 0};
-        spec.precision = 1;
-        putText(sink, spec, c);
+        field.precision = 1;
+        putText(sink, field, c);
         break;
       }
       case u's':
-        putText(sink, spec, va_arg(args, const char16_t*));
+        putText(sink, field, va_arg(args, const char16_t*));
         break;
       case u'S':
-        putText(sink, spec, va_arg(args, const char*));
+        putText(sink, field, va_arg(args, const char*));
         break;
       case u'%':
         sink.put(u'%');
