@@ -50,7 +50,7 @@ class DateFormatter {
 uint32_t DateFormatter::run(const uint16_t* mask, size_t section) {
   uint32_t color = 0;
   Units u(mask, section + 1);
-  for (uint16_t t = u.next(); t && t != kDtSectionEnd && !out_.full(); t = u.next()) {
+  for (uint16_t t = u.next(); t && t != kDtSectionEnd; t = u.next()) {
     const bool dayValid = hasDate() && t_.day >= 1 && t_.day <= 31;
     switch (t) {
       case kDtMonth: number(hasDate(), t_.month + 1, 1); break;

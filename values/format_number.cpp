@@ -237,9 +237,11 @@ void NumberFormatter::makeDigits() {
   }
 }
 
+// A full buffer ends the output but not the walk, so that the colour is
+// still found.
 void NumberFormatter::layout(size_t section) {
   Units u(mask_, section + 1);
-  for (uint16_t t = u.next(); t && t != kNumSectionEnd && !out_.full(); t = u.next()) {
+  for (uint16_t t = u.next(); t && t != kNumSectionEnd; t = u.next()) {
     switch (t) {
       case kNumInteger: integerDigits(u, false); break;
       case kNumGrouped: integerDigits(u, true); break;

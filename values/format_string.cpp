@@ -31,7 +31,7 @@ ZRAPI uint32_t shformatString(char16_t* buffer, int capacity, const uint16_t* co
   const char16_t* next = value ? value : u"";
   uint32_t color = 0;
   zr::fmt::Units u(compiled, section + 1);
-  for (uint16_t t = u.next(); t && t != kStrSectionEnd && !out.full(); t = u.next()) {
+  for (uint16_t t = u.next(); t && t != kStrSectionEnd; t = u.next()) {
     switch (t) {
       case kStrChar: out.put(*next ? *next++ : u' '); break;
       case kStrWhole: copy(out, value); break;
