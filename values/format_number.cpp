@@ -123,6 +123,8 @@ class NumberFormatter {
   int places_ = 0;       // P: the places the value is rounded to
   int shown_ = 0;        // digits shown by an exponent form's integer token
   int64_t templateCount_ = 0;
+  double whole_ = 0;  // a pre-rounded double as its integer of scaled units
+  bool wholeKnown_ = false;
 };
 
 int NumberFormatter::sign() const {
@@ -208,7 +210,9 @@ void NumberFormatter::round() {
   // The bias lets 1.005 at two places round up, as a person reading the
   // decimal text expects, where its binary value lies just below.
   if (v_.kind == Kind::Double) {
-    const double scale = std::pow(10.0, places_);
+    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const double scale = places_ <= 22 ? kPowers[places_] : std::pow(10.0, places_);
     const double x = v_.real * scale;
     if (!std::isfinite(x)) return;
     double whole = 0;
@@ -216,6 +220,8 @@ void NumberFormatter::round() {
     if (part >= 0.5) whole += 1;
     else if (part <= -0.5) whole -= 1;
     v_.real = whole / scale;
+    whole_ = whole;
+    wholeKnown_ = places_ <= 22;
   } else {
     const float scale = std::pow(10.0f, float(places_));
     const float x = float(v_.real) * scale;
@@ -231,7 +237,17 @@ void NumberFormatter::round() {
 void NumberFormatter::makeDigits() {
   switch (v_.kind) {
     case Kind::Decimal: return digitsOf(v_.dec, d_);
-    case Kind::Double: return digitsOf(v_.real, d_);
+    case Kind::Double:
+      // With at most 15 digits, the printed quotient whole / 10^P, once its
+      // last-digit noise is removed, is exactly the digits of whole: take
+      // them from the integer without printing.
+      if (wholeKnown_ && whole_ > -1e15 && whole_ < 1e15 && v_.real != 0) {
+        digitsOf(int64_t(whole_), d_);
+        d_.point -= places_;
+        d_.trimZeros();
+        return;
+      }
+      return digitsOf(v_.real, d_);
     case Kind::Float: return digitsOf(float(v_.real), d_);
     case Kind::Longlong: return digitsOf(v_.integer, d_);
   }
