@@ -101,6 +101,8 @@ TEST(Exports, StringAndTextFileNamesAreVisible) {
   }
   EXPECT_EQ(dlsym(lib.handle, "ConvertToCodePage"), nullptr) << "ConvertToCodePage";
   EXPECT_EQ(dlsym(lib.handle, "ConvertFromCodePage"), nullptr) << "ConvertFromCodePage";
+}
+
 TEST(Exports, DateTimeAndFormattingNamesAreVisible) {
   Library lib;
   ASSERT_NE(lib.handle, nullptr) << dlerror();
