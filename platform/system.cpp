@@ -31,6 +31,15 @@ uint64_t tickCount() {
   return static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
 }
 
+LocalTime localTime() {
+  timespec ts;
+  clock_gettime(CLOCK_REALTIME, &ts);
+  tm parts{};
+  localtime_r(&ts.tv_sec, &parts);
+  return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min,
+          parts.tm_sec, static_cast<int>(ts.tv_nsec / 1000000) * 1000};
+}
+
 const char* environmentValue(const char* name) { return std::getenv(name); }
 
 static bool debuggerAttached() {

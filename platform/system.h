@@ -13,6 +13,12 @@ void sleepMilliseconds(uint32_t ms);
 // Milliseconds on a monotonic clock.
 uint64_t tickCount();
 
+// The local wall-clock time, with its milliseconds as microseconds.
+struct LocalTime {
+  int year, month, day, hour, minute, second, microsecond;  // month 1-12
+};
+LocalTime localTime();
+
 // Value of an environment variable, or null.
 const char* environmentValue(const char* name);
 

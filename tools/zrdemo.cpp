@@ -1,11 +1,16 @@
 // zrdemo - the library's main job as a user sees it: a small document held in
 // the heap as a parent with child blocks and a pool of rows, with the heap's
 // debug switches turned on through its environment and the heap's own dump and
-// summary; then text built in a storage handle.
+// summary; then text built in a storage handle, and values of each kind
+// through display masks.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
+#include "shdec.h"
+#include "shdt.h"
+#include "shformat.h"
 #include "zrframe.h"
 #include "zrheap.h"
 #include "zrstg.h"
@@ -44,6 +49,52 @@ void showStorageHandle() {
   zrstg_stat(storage, &info);
   std::printf("pool bytes of the storage handle: %u\n", info.poolBytes);
   zrstg_end(storage);
+}
+
+// UTF-16 to a narrow line; the demo's texts are ASCII apart from names.
+void print(const char16_t* text, int width) {
+  int n = 0;
+  for (; *text; ++text, ++n) std::putchar(*text < 128 ? char(*text) : '?');
+  for (; n < width; ++n) std::putchar(' ');
+}
+
+void formattingTable() {
+  std::printf("\nzrshr demonstration: values through display masks\n\n");
+  std::printf("%-24s %-20s %-34s %s\n", "mask", "value", "text", "colour");
+  auto row = [](const char16_t* mask, const char* value, const char16_t* text, uint32_t colour) {
+    print(mask, 25);
+    std::printf("%-20s ", value);
+    print(text, 35);
+    std::printf("%u\n", colour);
+  };
+  uint16_t mask[128];
+  char16_t text[64];
+  const struct {
+    const char16_t* mask;
+    double value;
+    const char* shown;
+  } doubles[] = {{u"#,##0.00;[RED](#,##0.00)", -1234.5, "-1234.5"},
+                 {u"0.0%", 0.1234, "0.1234"},
+                 {u"0.00E+00", 6.02214076e23, "6.02214076e23"},
+                 {u"###-##-####", 123456789, "123456789"}};
+  for (const auto& d : doubles) {
+    shformatCmplNumericMask(mask, d.mask, 128);
+    row(d.mask, d.shown, text, shformatDouble(text, 63, mask, d.value, SHFORMAT_VALUE));
+  }
+  SH_DEC dec;
+  shAsciiToDec(&dec, u"98765432109876543210.125");
+  shformatCmplNumericMask(mask, u"#,##0.00", 128);
+  row(u"#,##0.00", "9876...3210.125", text, shformatDecimal(text, 63, mask, &dec, SHFORMAT_VALUE));
+  SH_TIME when;
+  shdtBuildTime(&when, 2003, 1, 2, 13, 5, 7, 250000);
+  for (const char16_t* m : {u"dddd, mmmm d, yyyy", u"hh:mm:ss.ff AM/PM", u"[shortdate] [time]"}) {
+    shformatCmplDateTimeMask(mask, m, 128);
+    row(m, "2003-01-02 13:05:07", text, shformatDateTime(text, 63, mask, &when, SHFORMAT_VALUE));
+  }
+  shformatCmplDateTimeMask(mask, u"mmm d, yyyy", 128);
+  row(u"mmm d, yyyy", "(no value)", text, shformatDateTime(text, 63, mask, nullptr, SHFORMAT_VALUE));
+  shformatCmplStringMask(mask, u"(@@@) @@@-@@@@", 128);
+  row(u"(@@@) @@@-@@@@", "5551234567", text, shformatString(text, 63, mask, u"5551234567", SHFORMAT_VALUE));
 }
 
 }  // namespace
@@ -86,5 +137,6 @@ int main() {
 
   std::printf("\nzrshr demonstration: text in a storage handle\n\n");
   showStorageHandle();
+  formattingTable();
   return 0;
 }

@@ -4,6 +4,7 @@
 #include "ostextfile.h"
 #include "shbuffer.h"
 #include "shdec.h"
+#include "shdt.h"
 #include "shformat.h"
 #include "shintl.h"
 #include "shlist.h"
@@ -77,3 +78,19 @@ static_assert(sizeof(SH_STRINGBUFFER) == 16);
 static_assert(offsetof(SH_STRINGBUFFER, spillPath) == 12);
 static_assert(sizeof(SH_GRWBLK) == 20);
 static_assert(offsetof(SH_GRWBLK, itemSize) == 16);
+static_assert(sizeof(SH_TIME) == 12);
+static_assert(offsetof(SH_TIME, microsecond) == 0);
+static_assert(offsetof(SH_TIME, year) == 4);
+static_assert(offsetof(SH_TIME, month) == 6);
+static_assert(offsetof(SH_TIME, day) == 7);
+static_assert(offsetof(SH_TIME, hour) == 8);
+static_assert(offsetof(SH_TIME, minute) == 9);
+static_assert(offsetof(SH_TIME, second) == 10);
+static_assert(offsetof(SH_TIME, reserved) == 11);
+static_assert(sizeof(SH_SYSTEMTIME) == 16);
+static_assert(offsetof(SH_SYSTEMTIME, month) == 2);
+static_assert(offsetof(SH_SYSTEMTIME, dayOfWeek) == 4);
+static_assert(offsetof(SH_SYSTEMTIME, day) == 6);
+static_assert(offsetof(SH_SYSTEMTIME, hour) == 8);
+static_assert(offsetof(SH_SYSTEMTIME, milliseconds) == 14);
+static_assert(sizeof(SH_DT_NAMES) == 16);

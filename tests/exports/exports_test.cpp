@@ -103,6 +103,21 @@ TEST(Exports, StringAndTextFileNamesAreVisible) {
   EXPECT_EQ(dlsym(lib.handle, "ConvertFromCodePage"), nullptr) << "ConvertFromCodePage";
 }
 
+TEST(Exports, DateTimeAndFormattingNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr) << dlerror();
+  for (const char* name :
+       {"shdtBuildTime", "shdtNow", "shdtBuildTimeFromSystemTime", "shdtBuildSystemTimeFromSHTime", "shdtDiffDate",
+        "shdtDiffTime", "shdtDiffMSec", "shdtDayOfWeek", "shdtDayName", "shdtRelativeDate", "shdtString",
+        "shdtToMJDDate", "shdtToMJDTime", "shdtToMJDTimestamp", "shMJDDateTodt", "shMJDTimeTodt",
+        "shMJDTimestampTodt", "shdtParse", "shdtParseEx", "shdtParseStringEx", "shdtParseStringExWithLcid",
+        "shdtParseToString", "shformatDateTime", "shformatDateTimeWeb", "shformatDouble", "shformatDoubleWeb",
+        "shformatLonglong", "shformatLonglongWeb", "shformatReal", "shformatRealWeb", "shformatDecimal",
+        "shformatDecimalWeb", "shformatString"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+}
+
 // Internal C++ code (namespace zr) is hidden; exported names are C names.
 TEST(Exports, InternalNamespaceIsHidden) {
   std::string command = std::string("nm -D --defined-only ") + ZRSHR_SO;
