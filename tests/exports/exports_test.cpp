@@ -118,7 +118,8 @@ TEST(Exports, DateTimeAndFormattingNamesAreVisible) {
   }
 }
 
-// Internal C++ code (namespace zr) is hidden; exported names are C names.
+// Internal C++ code (namespace zr) and the standard library templates it
+// instantiates are hidden; exported names are C names.
 TEST(Exports, InternalNamespaceIsHidden) {
   std::string command = std::string("nm -D --defined-only ") + ZRSHR_SO;
   FILE* nm = popen(command.c_str(), "r");
@@ -130,6 +131,8 @@ TEST(Exports, InternalNamespaceIsHidden) {
     name = name.substr(name.find_last_of(' ') + 1);
     name.pop_back();
     EXPECT_EQ(name.find("2zr"), std::string::npos) << "internal symbol exported: " << name;
+    for (const char* stdPrefix : {"_ZNSt", "_ZNKSt", "_ZSt", "_ZZNSt"})
+      EXPECT_NE(name.rfind(stdPrefix, 0), 0u) << "standard library symbol exported: " << name;
     ++count;
   }
   pclose(nm);
