@@ -1,12 +1,13 @@
 // Formatting a million decimals, doubles and dates with a precompiled mask,
 // against ICU's DecimalFormat and SimpleDateFormat on the same values and
-// equivalent patterns. Items are values formatted.
+// equivalent patterns. Items are values formatted, or texts parsed.
 #include <benchmark/benchmark.h>
 #include <unicode/decimfmt.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/unistr.h>
 
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -163,12 +164,33 @@ void BM_IcuDate(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * kValues);
 }
 
+// Texts for the picture-directed parser in two locales, each parse reading
+// its locale's pictures and names.
+void BM_ZrParsePicture(benchmark::State& state) {
+  struct Case {
+    const char16_t* text;
+    int mode;
+    uint32_t lcid;
+  };
+  static const Case kCases[] = {
+      {u"1/2/2003", SHDT_MODE_DATE, 0x409},
+      {u"Friday, January 5, 2001", SHDT_MODE_DATE, 0x409},
+      {u"1/2/2003 9:08:07 am", SHDT_MODE_DATETIME, 0x409},
+      {u"31.12.2003 13:05:09", SHDT_MODE_DATETIME, 0x407},
+  };
+  SH_TIME t;
+  for (auto _ : state)
+    for (const Case& c : kCases) benchmark::DoNotOptimize(shdtParseStringExWithLcid(&t, c.text, c.mode, 1, c.lcid));
+  state.SetItemsProcessed(state.iterations() * int64_t(std::size(kCases)));
+}
+
 BENCHMARK(BM_ZrDecimal)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_IcuDecimal)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ZrDouble)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_IcuDouble)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_ZrDate)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_IcuDate)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_ZrParsePicture)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
