@@ -8,13 +8,12 @@
 #include <mutex>
 
 #include "text/codepage.h"
+#include "text/wide_chars.h"
 #include "zrstr.h"
 
 using namespace zr::text;
 
 namespace {
-
-size_t unitLength(const char16_t* text) { return std::char_traits<char16_t>::length(text); }
 
 char16_t* copyInto(zrstg_handle* handle, const char16_t* text, size_t units, zrstg_subpool* subpool) {
   auto* out = static_cast<char16_t*>(zrstg_alc(handle, (units + 1) * sizeof(char16_t), subpool));

@@ -1,8 +1,8 @@
 #include "text/codepage.h"
 
-#include <unicode/uchar.h>
 #include <unicode/ucnv.h>
 #include <unicode/ucnv_err.h>
+#include <unicode/utf16.h>
 
 #include <cstdio>
 #include <cstring>
@@ -208,10 +208,6 @@ size_t codePageToUnits(uint32_t codePage, const char* source, size_t bytes, char
   ucnv_close(cnv);
   return n;
 }
-
-bool isWideSpace(char16_t c) { return (c >= 9 && c <= 13) || c == 32 || (c > 127 && u_isspace(c)); }
-
-bool isWideDigit(char16_t c) { return c >= '0' && c <= '9'; }
 
 namespace {
 

@@ -36,10 +36,6 @@ bool isValidCodePage(uint32_t codePage);
 size_t unitsToCodePage(uint32_t codePage, const char16_t* source, size_t units, char* dest, size_t destBytes);
 size_t codePageToUnits(uint32_t codePage, const char* source, size_t bytes, char16_t* dest, size_t destUnits);
 
-// iswspace and iswdigit of the platform.
-bool isWideSpace(char16_t c);
-bool isWideDigit(char16_t c);
-
 // Counts and fills like the platform's ConvertToCodePage pair; the converted
 // text stays behind in a heap block, as callers have always had it.
 int ConvertToCodePage(void* dest, const char16_t* source, uint32_t codePage, int ask);

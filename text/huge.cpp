@@ -5,7 +5,7 @@
 #include <string>
 
 #include "platform/file.h"
-#include "text/codepage.h"
+#include "text/wide_chars.h"
 #include "zrstr.h"
 
 using namespace zr::text;

@@ -3,13 +3,12 @@
 #include <string>
 
 #include "text/utf8_codec.h"
+#include "text/wide_chars.h"
 #include "zrstr.h"
 
 using namespace zr::text;
 
 namespace {
-
-size_t unitLength(const char16_t* text) { return std::char_traits<char16_t>::length(text); }
 
 void* allocFrom(zrstg_handle* handle, zrstg_subpool* subpool, size_t bytes) {
   return handle ? zrstg_alc(handle, bytes, subpool) : ZrHeap_malloc(bytes);

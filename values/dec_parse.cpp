@@ -4,9 +4,12 @@
 
 #include "zrheap.h"
 #include "values/dec_work.h"
-#include "values/wide_chars.h"
+#include "text/wide_chars.h"
 
 using namespace zr::dec;
+using zr::text::isWideDigit;
+using zr::text::isWideSpace;
+using zr::text::unitLength;
 
 namespace {
 
@@ -149,7 +152,7 @@ PSH_DEC shAsciiToDec(PSH_DEC dst, const char16_t* text) {
     while (*p && isWideSpace(*p)) ++p;
   }
   if (!*p) return nullptr;
-  const char16_t* end = p + wideLength(p);
+  const char16_t* end = p + unitLength(p);
   while (isWideSpace(end[-1])) --end;
   const char16_t* e = end;
   for (const char16_t* q = p; q < end; ++q) {

@@ -2,9 +2,10 @@
 #include <cstring>
 
 #include "values/dec_work.h"
-#include "values/wide_chars.h"
+#include "text/wide_chars.h"
 
 using namespace zr::dec;
+using zr::text::unitLength;
 
 namespace {
 
@@ -58,7 +59,7 @@ uint8_t* shDecToBCD(uint8_t* buffer, uint32_t* length, const SH_DEC* src) {
   if (!buffer || !length || !src) return nullptr;
   char16_t text[48];
   shDecToAscii(text, src);
-  size_t n = wideLength(text), i = 0;
+  size_t n = unitLength(text), i = 0;
   uint8_t* out = buffer;
   if (n % 2) *out++ = uint8_t(0xC0 | toNibble(text[i++]));
   for (; i < n; i += 2) *out++ = uint8_t(toNibble(text[i]) << 4 | toNibble(text[i + 1]));

@@ -1,12 +1,12 @@
 // Culture texts: "key=value" pairs separated by tabs that stand in for the
 // process settings in the Web forms of the compilers.
 #include "values/format_mask.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 
 namespace {
 
-using zr::intl::copyBounded;
-using zr::intl::length;
+using zr::text::copyBounded;
+using zr::text::unitLength;
 
 // Plain substring search: a key that ends another key matches there.
 const char16_t* findKey(const char16_t* text, const char16_t* key, size_t keyLength) {
@@ -26,7 +26,7 @@ ZRAPI int getCultureValueStr(const char16_t* culture, const char16_t* key, const
   copyBounded(buffer, capacity, defaultValue ? defaultValue : u"");
   if (!culture) return -2;
   if (!key || !*key) return -1;
-  const size_t keyLength = length(key);
+  const size_t keyLength = unitLength(key);
   const char16_t* at = findKey(culture, key, keyLength);
   if (!at) return -1;
   const char16_t* value = at + keyLength;
@@ -58,12 +58,12 @@ ZRAPI int getCultureValueInt(const char16_t* culture, const char16_t* key, int d
   if (getCultureValueStr(culture, key, u"", text, 10) != 0) return -1;
   // As wcstol in base 10: blanks, a sign, then at least one digit.
   size_t i = 0;
-  while (zr::intl::isSpace(text[i])) ++i;
+  while (zr::text::isWideSpace(text[i])) ++i;
   bool negative = text[i] == u'-';
   if (text[i] == u'-' || text[i] == u'+') ++i;
-  if (!zr::intl::isDigit(text[i])) return -2;
+  if (!zr::text::isWideDigit(text[i])) return -2;
   int value = 0;
-  for (; zr::intl::isDigit(text[i]); ++i) value = value * 10 + (text[i] - u'0');
+  for (; zr::text::isWideDigit(text[i]); ++i) value = value * 10 + (text[i] - u'0');
   if (result) *result = negative ? -value : value;
   return 0;
 }

@@ -3,7 +3,7 @@
 #include <string>
 
 #include "values/format_mask.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 
 namespace zr::mask {
 namespace {
@@ -32,7 +32,7 @@ class DateTimeCompiler {
   }
   size_t runLength(char16_t letter) const {
     size_t n = 0;
-    while (pos_ + n < length_ && intl::asciiUpper(mask_[pos_ + n]) == letter) ++n;
+    while (pos_ + n < length_ && zr::text::asciiUpper(mask_[pos_ + n]) == letter) ++n;
     return n;
   }
   void step();
@@ -70,7 +70,7 @@ int DateTimeCompiler::run(const char16_t* mask, size_t length) {
 
 void DateTimeCompiler::step() {
   const char16_t c = mask_[pos_];
-  const char16_t upper = intl::asciiUpper(c);
+  const char16_t upper = zr::text::asciiUpper(c);
   switch (upper) {
     case u'M':
     case u'D':
@@ -108,7 +108,7 @@ void DateTimeCompiler::field(char16_t letter) {
   switch (letter) {
     case u'M': {
       const bool minutes =
-          hourOpen_ || (start + 3 < length_ && intl::asciiUpper(mask_[start + 3]) == u'S');
+          hourOpen_ || (start + 3 < length_ && zr::text::asciiUpper(mask_[start + 3]) == u'S');
       if (minutes) {
         if (n > 2) return fail(SHFORMAT_BAD_MINUTES);
         hourOpen_ = false;
@@ -176,7 +176,7 @@ void DateTimeCompiler::bracket() {
   const char16_t* digits = b.kind == Bracket::Color ? nullptr : colorDigits(b.text, b.length);
   if (b.kind == Bracket::Color || digits) {
     out_.put(kDtColorBegin);
-    const size_t n = digits ? intl::length(digits) : b.length;
+    const size_t n = digits ? zr::text::unitLength(digits) : b.length;
     for (size_t k = 0; k < n; ++k) out_.put(digits ? digits[k] : b.text[k]);
     return out_.put(kDtColorEnd);
   }
@@ -184,7 +184,7 @@ void DateTimeCompiler::bracket() {
   if (isKeyword(b.text, b.length, u"SHORTDATE") || isKeyword(b.text, b.length, u"GENERAL")) {
     // A "'" separator must survive the picture's own quoting.
     std::u16string picture;
-    const bool quoteSeparator = intl::equalsIgnoreCase(u"'", 1, culture_.dateSeparator);
+    const bool quoteSeparator = zr::text::equalsIgnoreCase(u"'", 1, culture_.dateSeparator);
     for (const char16_t* p = culture_.shortDate; *p; ++p) {
       if (*p == u'\'' && quoteSeparator) picture += u"''''";
       else picture += *p;
@@ -237,7 +237,7 @@ void DateTimeCompiler::expand(const std::u16string& picture) {
 int compileDateTime(uint16_t* compiled, const char16_t* mask, int capacity, const DateCulture& culture, int depth) {
   try {
     DateTimeCompiler compiler(compiled, capacity, culture, depth);
-    return compiler.run(mask ? mask : u"", mask ? intl::length(mask) : 0);
+    return compiler.run(mask ? mask : u"", mask ? zr::text::unitLength(mask) : 0);
   } catch (...) {
     return SHFORMAT_INVALID;
   }

@@ -1,6 +1,6 @@
 // Bracketed colours and keywords, and the messages of the compiler results.
 #include "values/format_mask.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 #include "values/intl_strings.h"
 
 namespace zr::mask {
@@ -21,7 +21,7 @@ constexpr NamedColor kColors[] = {
 }  // namespace
 
 bool isKeyword(const char16_t* word, size_t length, const char16_t* keyword) {
-  return intl::equalsIgnoreCase(word, length, keyword);
+  return zr::text::equalsIgnoreCase(word, length, keyword);
 }
 
 const char16_t* colorDigits(const char16_t* word, size_t length) {
@@ -32,9 +32,9 @@ const char16_t* colorDigits(const char16_t* word, size_t length) {
 
 Bracket readBracket(const char16_t* mask, size_t length, size_t i) {
   size_t start = i + 1;
-  if (start < length && intl::isDigit(mask[start])) {
+  if (start < length && zr::text::isWideDigit(mask[start])) {
     size_t j = start;
-    while (j < length && intl::isDigit(mask[j])) ++j;
+    while (j < length && zr::text::isWideDigit(mask[j])) ++j;
     if (j == length) return {Bracket::Error, nullptr, 0, SHFORMAT_UNEXPECTED_END, j};
     if (mask[j] != u']') return {Bracket::Error, nullptr, 0, SHFORMAT_BAD_COLOR, j};
     return {Bracket::Color, mask + start, j - start, 0, j + 1};
@@ -57,6 +57,6 @@ ZRAPI char16_t* shformatErrorString(char16_t* buffer, int error) {
   else if (error >= 10 && error <= 15) id = 100 + unsigned(error - 10);
   else if (error == SHFORMAT_BAD_FRACTION) id = 103;  // shares the text of the seconds
   const char16_t* text = zr::intl::stringTableText(id);
-  zr::intl::copyBounded(buffer, 255, text ? text : u"Invalid format.");
+  zr::text::copyBounded(buffer, 255, text ? text : u"Invalid format.");
   return buffer;
 }

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "values/format_mask.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 
 namespace zr::mask {
 namespace {
@@ -27,7 +27,7 @@ class NumericCompiler {
  public:
   NumericCompiler(uint16_t* compiled, int capacity, const NumericCulture& culture, bool commaPositions)
       : out_(compiled, capacity), culture_(culture), commaPositions_(commaPositions) {
-    symbolLength_ = intl::length(culture_.currency);
+    symbolLength_ = zr::text::unitLength(culture_.currency);
   }
 
   int run(const char16_t* mask);
@@ -87,11 +87,11 @@ class NumericCompiler {
 };
 
 int NumericCompiler::run(const char16_t* mask) {
-  size_t n = mask ? intl::length(mask) : 0;
+  size_t n = mask ? zr::text::unitLength(mask) : 0;
   if (n == 0) return SHFORMAT_UNEXPECTED_END;
   length_ = n < kMaskCopy ? n : kMaskCopy;
   for (size_t i = 0; i < length_; ++i) work_[i] = mask[i];
-  wholeCurrency_ = intl::equalsIgnoreCase(mask, n, u"[currency]");
+  wholeCurrency_ = zr::text::equalsIgnoreCase(mask, n, u"[currency]");
 
   startSection();
   while (!failed() && pos_ < length_) {
@@ -340,7 +340,7 @@ void NumericCompiler::bracket() {
   const char16_t* digits = b.kind == Bracket::Color ? nullptr : colorDigits(b.text, b.length);
   if (b.kind == Bracket::Color || digits) {
     out_.put(kNumColorBegin);
-    const size_t n = digits ? intl::length(digits) : b.length;
+    const size_t n = digits ? zr::text::unitLength(digits) : b.length;
     for (size_t k = 0; k < n; ++k) out_.put(digits ? digits[k] : b.text[k]);
     return out_.put(kNumColorEnd);
   }

@@ -1,6 +1,6 @@
 // The string mask compiler: "@" takes one character of the value.
 #include "values/format_mask.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 
 namespace {
 
@@ -9,7 +9,7 @@ using namespace zr::mask;
 constexpr int kMaxSections = 3;
 
 int compileString(Writer& out, const char16_t* mask) {
-  const size_t length = mask ? zr::intl::length(mask) : 0;
+  const size_t length = mask ? zr::text::unitLength(mask) : 0;
   auto literal = [&](char16_t c) {
     if (c < kFirstLiteral) return SHFORMAT_BAD_CHARACTER;
     out.put(c);
@@ -45,7 +45,7 @@ int compileString(Writer& out, const char16_t* mask) {
         const char16_t* digits = b.kind == Bracket::Color ? nullptr : colorDigits(b.text, b.length);
         if (b.kind == Bracket::Color || digits) {
           out.put(kStrColorBegin);
-          const size_t n = digits ? zr::intl::length(digits) : b.length;
+          const size_t n = digits ? zr::text::unitLength(digits) : b.length;
           for (size_t k = 0; k < n; ++k) out.put(digits ? digits[k] : b.text[k]);
           out.put(kStrColorEnd);
         } else if (isKeyword(b.text, b.length, u"GENERAL")) {

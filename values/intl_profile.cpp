@@ -5,14 +5,14 @@
 
 #include "platform/system.h"
 #include "platform/utf8.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 #include "values/intl_source.h"
 
 namespace zr::intl {
 namespace {
 
 std::u16string upper(std::u16string s) {
-  for (char16_t& c : s) c = asciiUpper(c);
+  for (char16_t& c : s) c = text::asciiUpper(c);
   return s;
 }
 

@@ -5,12 +5,14 @@
 #include <string>
 
 #include "shintl.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 #include "values/intl_source.h"
 #include "values/intl_strings.h"
 
 namespace zr::intl {
 namespace {
+
+using text::copyBounded;
 
 IntlSettings g_settings;
 IntlNames g_names;
@@ -46,11 +48,11 @@ class Reader {
     std::u16string value;
     if (!text(key, value)) return fallback;
     size_t i = 0;
-    while (i < value.size() && isSpace(value[i])) ++i;
+    while (i < value.size() && text::isWideSpace(value[i])) ++i;
     bool negative = i < value.size() && value[i] == u'-';
     if (i < value.size() && (value[i] == u'-' || value[i] == u'+')) ++i;
     int64_t n = 0;
-    for (; i < value.size() && isDigit(value[i]) && n < INT32_MAX; ++i) n = n * 10 + (value[i] - u'0');
+    for (; i < value.size() && text::isWideDigit(value[i]) && n < INT32_MAX; ++i) n = n * 10 + (value[i] - u'0');
     if (n > INT32_MAX) n = INT32_MAX;
     return static_cast<int32_t>(negative ? -n : n);
   }

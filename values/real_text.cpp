@@ -1,13 +1,13 @@
 // Real numbers written in the locale's form: the validity test and the
 // normalisations that prepare them for a plain number parser.
 #include "shintl.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 #include "values/intl_settings.h"
 
 namespace {
 
-using zr::intl::isDigit;
-using zr::intl::isSpace;
+using zr::text::isWideDigit;
+using zr::text::isWideSpace;
 
 enum class State { Start, Integer, Fraction, Exponent, Tail, Error };
 
@@ -16,7 +16,7 @@ enum class State { Start, Integer, Fraction, Exponent, Tail, Error };
 size_t exponentStart(const char16_t* s, size_t i) {
   size_t j = i + 1;
   if (s[j] == u'-' || s[j] == u'+') ++j;
-  return isDigit(s[j]) ? j : 0;
+  return isWideDigit(s[j]) ? j : 0;
 }
 
 char16_t orSetting(char16_t c, char16_t setting) { return c ? c : setting; }
@@ -36,21 +36,21 @@ ZRAPI int shIsValidRealWeb(const char16_t* text, char16_t decimal, char16_t thou
     switch (state) {
       case State::Start:
         // The thousands character counts as a digit everywhere, so "," alone is a number.
-        if ((c == u'-' || c == u'+') && (isDigit(text[i + 1]) || text[i + 1] == d)) {
+        if ((c == u'-' || c == u'+') && (isWideDigit(text[i + 1]) || text[i + 1] == d)) {
           state = State::Integer;
-        } else if (isDigit(c) || c == t) {
+        } else if (isWideDigit(c) || c == t) {
           ++digits;
           state = State::Integer;
         } else if (c == d) {
           state = State::Fraction;
-        } else if (!isSpace(c)) {
+        } else if (!isWideSpace(c)) {
           state = State::Error;
         }
         ++i;
         break;
       case State::Integer:
       case State::Fraction:
-        if (isDigit(c) || (state == State::Integer && c == t)) {
+        if (isWideDigit(c) || (state == State::Integer && c == t)) {
           ++digits;
         } else if (c == u'e' || c == u'E') {
           size_t j = exponentStart(text, i);
@@ -62,21 +62,21 @@ ZRAPI int shIsValidRealWeb(const char16_t* text, char16_t decimal, char16_t thou
         } else if (state == State::Integer && c == d) {
           state = State::Fraction;
         } else {
-          state = isSpace(c) ? State::Tail : State::Error;
+          state = isWideSpace(c) ? State::Tail : State::Error;
         }
         ++i;
         break;
       case State::Exponent:
-        if (isDigit(c)) {
+        if (isWideDigit(c)) {
           if (++exponentDigits > 3) return 0;
           exponent = exponent * 10 + (c - u'0');
         } else {
-          state = isSpace(c) ? State::Tail : State::Error;
+          state = isWideSpace(c) ? State::Tail : State::Error;
         }
         ++i;
         break;
       case State::Tail:
-        if (!isSpace(c)) state = State::Error;
+        if (!isWideSpace(c)) state = State::Error;
         ++i;
         break;
       case State::Error:

@@ -4,7 +4,6 @@
 #include <cmath>
 
 #include "platform/system.h"
-#include "values/intl_chars.h"
 #include "values/intl_settings.h"
 
 namespace zr::dt {

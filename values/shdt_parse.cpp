@@ -5,14 +5,14 @@
 
 #include "shdt.h"
 #include "shformat.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 #include "values/intl_settings.h"
 #include "values/shdt_calendar.h"
 
 namespace {
 
-using zr::intl::isDigit;
-using zr::intl::isSpace;
+using zr::text::isWideDigit;
+using zr::text::isWideSpace;
 
 enum Slot { kFirst = 0, kHour = 3, kMinute = 4, kSecond = 5, kFraction = 6 };
 enum Field { kMonth, kDay, kYear };
@@ -79,12 +79,12 @@ int FixedOrderParser::designator(bool pm) {
 int FixedOrderParser::run(const char16_t* p) {
   while (*p) {
     const char16_t c = *p;
-    if (isSpace(c)) {
+    if (isWideSpace(c)) {
       ++p;
       continue;
     }
-    const char16_t next = zr::intl::asciiUpper(p[1]);
-    const char16_t upper = zr::intl::asciiUpper(c);
+    const char16_t next = zr::text::asciiUpper(p[1]);
+    const char16_t upper = zr::text::asciiUpper(c);
     if ((upper == u'A' || upper == u'P') && next == u'M') {
       p += 2;
       if (int e = designator(upper == u'P')) return e;
@@ -95,7 +95,7 @@ int FixedOrderParser::run(const char16_t* p) {
     if (c == u'-' || c == u'/' || c == u',' || c == u'.' || c == u':' || c == u'T') {
       if (current_ == 0 || slots_[current_ - 1] == -1) return SHDT_BAD_SYNTAX;
       ++p;
-    } else if (isDigit(c)) {
+    } else if (isWideDigit(c)) {
       error = number(p);
     } else if (isLetter(c) && current_ <= 2 && order_[current_] == kMonth) {
       error = name(p);
@@ -110,7 +110,7 @@ int FixedOrderParser::run(const char16_t* p) {
 int FixedOrderParser::number(const char16_t*& p) {
   size_t k = 0;
   int64_t n = 0;
-  while (isDigit(p[k])) {
+  while (isWideDigit(p[k])) {
     if (k == kMaxToken - 1 && p[k + 1]) return SHDT_BAD_SYNTAX;
     // Past 18 digits no slot can accept the number: stop growing it.
     if (n < kLargest) n = n * 10 + (p[k] - u'0');

@@ -4,6 +4,7 @@
 
 #include "platform/system.h"
 #include "shdt.h"
+#include "text/wide_chars.h"
 #include "values/shdt_calendar.h"
 #include "values/shdt_culture.h"
 
@@ -19,7 +20,7 @@ struct Token {
 };
 
 bool isBlank(char16_t c) { return c == u' ' || c == u'\t'; }
-bool isDigit(char16_t c) { return c >= u'0' && c <= u'9'; }
+using text::isWideDigit;
 
 // The next token of the picture at p; false at its end.
 bool nextToken(const std::u16string& p, size_t& i, Token& t) {
@@ -103,16 +104,16 @@ class PictureMatcher {
   }
   // One or two digits: the pair when it stays within limit.
   bool oneOrTwo(int limit, int& value) {
-    if (!isDigit(p_[0])) return false;
+    if (!isWideDigit(p_[0])) return false;
     value = p_[0] - u'0';
     ++p_;
-    if (isDigit(p_[0]) && value * 10 + (p_[0] - u'0') <= limit) value = value * 10 + (*p_++ - u'0');
+    if (isWideDigit(p_[0]) && value * 10 + (p_[0] - u'0') <= limit) value = value * 10 + (*p_++ - u'0');
     return true;
   }
   bool exactly(int n, int& value) {
     value = 0;
     for (int k = 0; k < n; ++k)
-      if (!isDigit(p_[k])) return false;
+      if (!isWideDigit(p_[k])) return false;
     for (int k = 0; k < n; ++k) value = value * 10 + (*p_++ - u'0');
     return true;
   }
@@ -141,9 +142,9 @@ bool PictureMatcher::hour(int count) {
   if (clock24_) count -= 2;
   int v = 0;
   if (count == 1) {
-    if (!isDigit(p_[0])) return false;
+    if (!isWideDigit(p_[0])) return false;
     v = *p_++ - u'0';
-    if (isDigit(p_[0])) {
+    if (isWideDigit(p_[0])) {
       v = v * 10 + (*p_++ - u'0');
       if (clock24_ ? v > 23 : (v < 10 || v > 12)) return false;
     } else if (!clock24_ && v == 0) {

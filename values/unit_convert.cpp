@@ -5,13 +5,13 @@
 #include <cstdio>
 
 #include "shintl.h"
-#include "values/intl_chars.h"
+#include "text/wide_chars.h"
 #include "values/intl_settings.h"
 
 namespace {
 
-using zr::intl::isDigit;
-using zr::intl::isSpace;
+using zr::text::isWideDigit;
+using zr::text::isWideSpace;
 
 constexpr size_t kMaxText = 30;
 // Keeps every product below in 64 bits.
@@ -28,11 +28,11 @@ int64_t readThousandths(const char16_t* s, size_t n, char16_t decimal) {
   bool negative = false;
   if (i < n && (s[i] == u'-' || s[i] == u'+')) negative = s[i++] == u'-';
   int64_t v = 0;
-  while (i < n && isDigit(s[i])) v = saturatedAppend(v, s[i++]);
+  while (i < n && isWideDigit(s[i])) v = saturatedAppend(v, s[i++]);
   int places = 0;
   bool roundUp = false;
   if (i < n && s[i] == decimal) {
-    for (++i; i < n && isDigit(s[i]); ++i) {
+    for (++i; i < n && isWideDigit(s[i]); ++i) {
       if (places < 3) v = saturatedAppend(v, s[i]), ++places;
       else if (places++ == 3) roundUp = s[i] >= u'5';
     }
@@ -45,11 +45,11 @@ int64_t readThousandths(const char16_t* s, size_t n, char16_t decimal) {
 // The runtime's string-to-long: blanks, a sign, digits.
 int64_t readLong(const char16_t* s, size_t n) {
   size_t i = 0;
-  while (i < n && isSpace(s[i])) ++i;
+  while (i < n && isWideSpace(s[i])) ++i;
   bool negative = false;
   if (i < n && (s[i] == u'-' || s[i] == u'+')) negative = s[i++] == u'-';
   int64_t v = 0;
-  while (i < n && isDigit(s[i])) v = saturatedAppend(v, s[i++]);
+  while (i < n && isWideDigit(s[i])) v = saturatedAppend(v, s[i++]);
   return negative ? -v : v;
 }
 
@@ -86,9 +86,9 @@ ZRAPI int shZRUnitConvert(const char16_t* text, char16_t* out, int outLength, in
   const int measure = settings.measure == 0 ? ZR_UNIT_CENTIMETRES : ZR_UNIT_INCHES;
   out[0] = 0;
 
-  size_t begin = 0, end = zr::intl::length(text);
-  while (begin < end && isSpace(text[begin])) ++begin;
-  while (end > begin && isSpace(text[end - 1])) --end;
+  size_t begin = 0, end = zr::text::unitLength(text);
+  while (begin < end && isWideSpace(text[begin])) ++begin;
+  while (end > begin && isWideSpace(text[end - 1])) --end;
   const size_t n = end - begin;
   const char16_t* s = text + begin;
 

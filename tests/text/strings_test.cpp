@@ -1,11 +1,13 @@
 // Pool duplication, the growing buffers, trimming, the printable form and
 // the plain loops.
 #include <gtest/gtest.h>
+#include <unicode/uchar.h>
 
 #include <cstring>
 #include <string>
 
 #include "text/bstr.h"
+#include "text/wide_chars.h"
 #include "zrstr.h"
 
 namespace {
@@ -177,6 +179,15 @@ TEST_F(Strings, Numbers) {
   // No sign and no overflow test: the value wraps.
   EXPECT_EQ(zrstg_atou_imp(u"  4294967297"), 1u);
   EXPECT_EQ(zrstg_atoul_imp(u"-5"), 0u);
+}
+
+// The blank table is the platform's iswspace, which above ASCII is ICU's
+// u_isspace: no separator may be missing and no zero-width space added.
+TEST(WideChars, SpaceTableAgreesWithIcu) {
+  for (char32_t c = 0; c < 0x10000; ++c) {
+    const bool expected = (c >= 9 && c <= 13) || c == 32 || (c > 127 && u_isspace(UChar32(c)));
+    ASSERT_EQ(zr::text::isWideSpace(char16_t(c)), expected) << std::hex << uint32_t(c);
+  }
 }
 
 TEST_F(Strings, BstrCarriesItsByteCount) {
