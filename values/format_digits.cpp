@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstring>
+#include <type_traits>
 
 #include "values/format_engine.h"
 
@@ -77,25 +78,23 @@ bool noisy(const Digits& d, bool single) {
   return single && ((a == '9' && b == '8') || (a == '0' && b == '2'));
 }
 
+// One digit more than the type is good for, dropped again when it is only
+// the noise of the binary fraction.
+template <typename Real>
+void realDigits(Real x, int precision, Digits& d) {
+  d.negative = false;
+  if (!std::isfinite(x) || x == Real(0)) return d.zero();
+  char text[40];
+  const auto r = std::to_chars(text, text + sizeof text, x, std::chars_format::scientific, precision);
+  fromScientific(text, r.ptr, d);
+  if (d.count == precision + 1 && noisy(d, std::is_same_v<Real, float>)) d.roundTo(precision);
+}
+
 }  // namespace
 
-void digitsOf(double x, Digits& d) {
-  d.negative = false;
-  if (!std::isfinite(x) || x == 0.0) return d.zero();
-  char text[40];
-  const auto r = std::to_chars(text, text + sizeof text, x, std::chars_format::scientific, 15);
-  fromScientific(text, r.ptr, d);
-  if (d.count == 16 && noisy(d, false)) d.roundTo(15);
-}
+void digitsOf(double x, Digits& d) { realDigits(x, 15, d); }
 
-void digitsOf(float x, Digits& d) {
-  d.negative = false;
-  if (!std::isfinite(x) || x == 0.0f) return d.zero();
-  char text[32];
-  const auto r = std::to_chars(text, text + sizeof text, x, std::chars_format::scientific, 7);
-  fromScientific(text, r.ptr, d);
-  if (d.count == 8 && noisy(d, true)) d.roundTo(7);
-}
+void digitsOf(float x, Digits& d) { realDigits(x, 7, d); }
 
 void digitsOf(int64_t x, Digits& d) {
   d.negative = x < 0;

@@ -105,9 +105,10 @@ struct Bracket {
 };
 Bracket readBracket(const char16_t* mask, size_t length, size_t i);
 
-// The colour number of a colour keyword as decimal digits, or null.
-const char16_t* colorDigits(const char16_t* word, size_t length);
 bool isKeyword(const char16_t* word, size_t length, const char16_t* keyword);
+// A colour bracket, by number or by name, goes out as its decimal digits
+// between begin and end; false when the bracket is some other keyword.
+bool putColor(Writer& out, const Bracket& b, uint16_t begin, uint16_t end);
 
 // The settings the numeric compiler folds into a mask.
 struct NumericCulture {

@@ -173,13 +173,7 @@ void DateTimeCompiler::bracket() {
   const Bracket b = readBracket(mask_, length_, pos_);
   if (b.kind == Bracket::Error) return fail(b.error);
   pos_ = b.next;
-  const char16_t* digits = b.kind == Bracket::Color ? nullptr : colorDigits(b.text, b.length);
-  if (b.kind == Bracket::Color || digits) {
-    out_.put(kDtColorBegin);
-    const size_t n = digits ? zr::text::unitLength(digits) : b.length;
-    for (size_t k = 0; k < n; ++k) out_.put(digits ? digits[k] : b.text[k]);
-    return out_.put(kDtColorEnd);
-  }
+  if (putColor(out_, b, kDtColorBegin, kDtColorEnd)) return;
   if (isKeyword(b.text, b.length, u"CURRENT")) return out_.put(kDtCurrent);
   if (isKeyword(b.text, b.length, u"SHORTDATE") || isKeyword(b.text, b.length, u"GENERAL")) {
     // A "'" separator must survive the picture's own quoting.

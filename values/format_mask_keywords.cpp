@@ -1,4 +1,7 @@
 // Bracketed colours and keywords, and the messages of the compiler results.
+#include <algorithm>
+#include <iterator>
+
 #include "values/format_mask.h"
 #include "text/wide_chars.h"
 #include "values/intl_strings.h"
@@ -24,10 +27,20 @@ bool isKeyword(const char16_t* word, size_t length, const char16_t* keyword) {
   return zr::text::equalsIgnoreCase(word, length, keyword);
 }
 
-const char16_t* colorDigits(const char16_t* word, size_t length) {
-  for (const NamedColor& c : kColors)
-    if (isKeyword(word, length, c.name)) return c.digits;
-  return nullptr;
+bool putColor(Writer& out, const Bracket& b, uint16_t begin, uint16_t end) {
+  const char16_t* digits = b.text;
+  size_t length = b.length;
+  if (b.kind != Bracket::Color) {
+    const auto named = std::find_if(std::begin(kColors), std::end(kColors),
+                                    [&](const NamedColor& c) { return isKeyword(b.text, b.length, c.name); });
+    if (named == std::end(kColors)) return false;
+    digits = named->digits;
+    length = text::unitLength(digits);
+  }
+  out.put(begin);
+  for (size_t k = 0; k < length; ++k) out.put(digits[k]);
+  out.put(end);
+  return true;
 }
 
 Bracket readBracket(const char16_t* mask, size_t length, size_t i) {

@@ -337,13 +337,7 @@ void NumericCompiler::bracket() {
   const Bracket b = readBracket(work_, length_, pos_);
   if (b.kind == Bracket::Error) return fail(b.error);
   pos_ = b.next;
-  const char16_t* digits = b.kind == Bracket::Color ? nullptr : colorDigits(b.text, b.length);
-  if (b.kind == Bracket::Color || digits) {
-    out_.put(kNumColorBegin);
-    const size_t n = digits ? zr::text::unitLength(digits) : b.length;
-    for (size_t k = 0; k < n; ++k) out_.put(digits ? digits[k] : b.text[k]);
-    return out_.put(kNumColorEnd);
-  }
+  if (putColor(out_, b, kNumColorBegin, kNumColorEnd)) return;
   if (isKeyword(b.text, b.length, u"CURRENCY")) return expandCurrency();
   if (isKeyword(b.text, b.length, u"ENGLISH")) return out_.put(kNumEnglish);
   if (isKeyword(b.text, b.length, u"GENERAL")) return out_.put(kNumGeneral);

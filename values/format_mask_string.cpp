@@ -42,17 +42,9 @@ int compileString(Writer& out, const char16_t* mask) {
         const Bracket b = readBracket(mask, length, i - 1);
         if (b.kind == Bracket::Error) return b.error;
         i = b.next;
-        const char16_t* digits = b.kind == Bracket::Color ? nullptr : colorDigits(b.text, b.length);
-        if (b.kind == Bracket::Color || digits) {
-          out.put(kStrColorBegin);
-          const size_t n = digits ? zr::text::unitLength(digits) : b.length;
-          for (size_t k = 0; k < n; ++k) out.put(digits ? digits[k] : b.text[k]);
-          out.put(kStrColorEnd);
-        } else if (isKeyword(b.text, b.length, u"GENERAL")) {
-          out.put(kStrWhole);
-        } else {
-          return SHFORMAT_UNKNOWN_KEY;
-        }
+        if (putColor(out, b, kStrColorBegin, kStrColorEnd)) break;
+        if (!isKeyword(b.text, b.length, u"GENERAL")) return SHFORMAT_UNKNOWN_KEY;
+        out.put(kStrWhole);
         break;
       }
       default:
