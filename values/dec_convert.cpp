@@ -140,14 +140,7 @@ PSH_DEC shDoubleToDec(PSH_DEC dst, const double* src) {
   bool negative = x < 0;
   x = std::fabs(x);
   double l = std::log10(x);
-  if (l < -kMaxDigits) {
-    dst->flags = SH_DEC_UNDERFLOW;
-    return dst;
-  }
-  if (l >= kMaxDigits) {
-    dst->flags = SH_DEC_OVERFLOW;
-    return dst;
-  }
+  if (flagOutOfRange(*dst, l)) return dst;
   // Take about 18 significant digits as a 64-bit integer.
   int k = int(std::ceil(l)) - 18;
   if (k < 0)

@@ -82,14 +82,7 @@ PSH_DEC shExpDec(PSH_DEC dst, const SH_DEC* base, const SH_DEC* exponent) {
   shDecToDouble(&bd, &b);
   shDecToDouble(&ed, &e);
   double l = std::log10(std::fabs(bd)) * ed;
-  if (l < -kMaxDigits) {
-    dst->flags = SH_DEC_UNDERFLOW;
-    return dst;
-  }
-  if (l >= kMaxDigits) {
-    dst->flags = SH_DEC_OVERFLOW;
-    return dst;
-  }
+  if (flagOutOfRange(*dst, l)) return dst;
   if (scaleOf(e) == 0 && int32_t(bi >> 32) < 1) {
     uint64_t magnitude = ei < 0 ? 0 - uint64_t(ei) : uint64_t(ei);
     repeatedSquaring(*dst, b, uint32_t(magnitude), ed < 0);

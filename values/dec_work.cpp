@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "values/dec_wide.h"
 
@@ -47,6 +48,13 @@ void setArithmeticZero(SH_DEC& d) {
   d.scale = 2;
 }
 
+bool flagOutOfRange(SH_DEC& dst, double magnitudeLog) {
+  if (magnitudeLog < -kMaxDigits) dst.flags = SH_DEC_UNDERFLOW;
+  else if (magnitudeLog >= kMaxDigits) dst.flags = SH_DEC_OVERFLOW;
+  else return false;
+  return true;
+}
+
 int compareWords(const uint32_t* a, const uint32_t* b) {
   for (int i = kWords - 1; i >= 0; --i)
     if (a[i] != b[i]) return a[i] < b[i] ? -1 : 1;
@@ -76,35 +84,13 @@ void mulAdd32(uint32_t* w, uint32_t m, uint32_t add) {
 
 namespace {
 
-// A divisor known at compile time becomes a multiplication by its reciprocal.
+// A divisor passed as a Const is known at compile time and becomes a
+// multiplication by its reciprocal.
 template <uint32_t D>
-uint32_t divRemBy(uint32_t* w) {
-  uint64_t rem = 0;
-  for (int i = topWord(w); i >= 0; --i) {
-    uint64_t cur = (rem << 32) | w[i];
-    w[i] = uint32_t(cur / D);
-    rem = cur % D;
-  }
-  return uint32_t(rem);
-}
+using Const = std::integral_constant<uint32_t, D>;
 
-uint32_t divRemPow10(uint32_t* w, int n) {
-  switch (n) {
-    case 1: return divRemBy<10>(w);
-    case 2: return divRemBy<100>(w);
-    case 3: return divRemBy<1000>(w);
-    case 4: return divRemBy<10000>(w);
-    case 5: return divRemBy<100000>(w);
-    case 6: return divRemBy<1000000>(w);
-    case 7: return divRemBy<10000000>(w);
-    case 8: return divRemBy<100000000>(w);
-    default: return divRemBy<kBillion>(w);
-  }
-}
-
-}  // namespace
-
-uint32_t divRem32(uint32_t* w, uint32_t d) {
+template <typename Divisor>
+uint32_t divRemBy(uint32_t* w, Divisor d) {
   uint64_t rem = 0;
   for (int i = topWord(w); i >= 0; --i) {
     uint64_t cur = (rem << 32) | w[i];
@@ -114,7 +100,25 @@ uint32_t divRem32(uint32_t* w, uint32_t d) {
   return uint32_t(rem);
 }
 
-uint32_t divRemBillion(uint32_t* w) { return divRemBy<kBillion>(w); }
+uint32_t divRemPow10(uint32_t* w, int n) {
+  switch (n) {
+    case 1: return divRemBy(w, Const<10>());
+    case 2: return divRemBy(w, Const<100>());
+    case 3: return divRemBy(w, Const<1000>());
+    case 4: return divRemBy(w, Const<10000>());
+    case 5: return divRemBy(w, Const<100000>());
+    case 6: return divRemBy(w, Const<1000000>());
+    case 7: return divRemBy(w, Const<10000000>());
+    case 8: return divRemBy(w, Const<100000000>());
+    default: return divRemBy(w, Const<kBillion>());
+  }
+}
+
+}  // namespace
+
+uint32_t divRem32(uint32_t* w, uint32_t d) { return divRemBy(w, d); }
+
+uint32_t divRemBillion(uint32_t* w) { return divRemBy(w, Const<kBillion>()); }
 
 void mulPow10(uint32_t* w, int n) {
   for (; n > 9; n -= 9) mulAdd32(w, kBillion);

@@ -49,6 +49,9 @@ inline int scaleOf(const SH_DEC& d) { return d.scale & 0x1F; }
 DecWork load(const SH_DEC& d);
 // Zero with scale 2, the zero that arithmetic produces.
 void setArithmeticZero(SH_DEC& d);
+// For a result of magnitude 10^magnitudeLog: flags dst as an underflow or overflow
+// and returns true when no decimal holds it.
+bool flagOutOfRange(SH_DEC& dst, double magnitudeLog);
 
 // Decimal digits of w: 0 for zero, 61 beyond 10^61.
 int digitCount(const uint32_t* w);
