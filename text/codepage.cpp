@@ -59,11 +59,12 @@ std::string codePageName(uint32_t codePage) {
   return "windows-" + decimal(codePage);
 }
 
-UConverter* openCodePage(uint32_t codePage) {
-  if (codePage == 0) return nullptr;
+// Closed when the pointer goes.
+icu::LocalUConverterPointer openCodePage(uint32_t codePage) {
+  if (codePage == 0) return icu::LocalUConverterPointer();
   UConverter* cnv = openStrict(codePageName(codePage).c_str());
   if (!cnv) cnv = openStrict(("cp" + decimal(codePage)).c_str());
-  return cnv;
+  return icu::LocalUConverterPointer(cnv);
 }
 
 size_t toUnits(UConverter* cnv, const char* source, size_t bytes, char16_t* dest, size_t destUnits) {
@@ -184,29 +185,18 @@ int mbToWc(char16_t* dest, const char* source, size_t n) {
   return static_cast<int>(p - source);
 }
 
-bool isValidCodePage(uint32_t codePage) {
-  UConverter* cnv = openCodePage(codePage);
-  if (!cnv) return false;
-  ucnv_close(cnv);
-  return true;
-}
+bool isValidCodePage(uint32_t codePage) { return openCodePage(codePage).isValid(); }
 
 size_t unitsToCodePage(uint32_t codePage, const char16_t* source, size_t units, char* dest, size_t destBytes) {
   if (codePage == 0) return unitsToBytes(source, units, dest, destBytes);
-  UConverter* cnv = openCodePage(codePage);
-  if (!cnv) return kConvertError;
-  size_t n = toBytes(cnv, source, units, dest, destBytes);
-  ucnv_close(cnv);
-  return n;
+  const icu::LocalUConverterPointer cnv = openCodePage(codePage);
+  return cnv.isValid() ? toBytes(cnv.getAlias(), source, units, dest, destBytes) : kConvertError;
 }
 
 size_t codePageToUnits(uint32_t codePage, const char* source, size_t bytes, char16_t* dest, size_t destUnits) {
   if (codePage == 0) return bytesToUnits(source, bytes, dest, destUnits);
-  UConverter* cnv = openCodePage(codePage);
-  if (!cnv) return kConvertError;
-  size_t n = toUnits(cnv, source, bytes, dest, destUnits);
-  ucnv_close(cnv);
-  return n;
+  const icu::LocalUConverterPointer cnv = openCodePage(codePage);
+  return cnv.isValid() ? toUnits(cnv.getAlias(), source, bytes, dest, destUnits) : kConvertError;
 }
 
 namespace {

@@ -75,6 +75,16 @@ inline size_t narrowLeadingAscii(const char16_t* s, size_t n, char* d) {
   return i;
 }
 
+// Copies the ASCII run at source[i], moving i and dest past it; false when
+// there is none, and the unit at i still waits.
+inline bool copyAsciiRun(const char16_t* source, size_t units, size_t& i, char*& dest) {
+  if (source[i] >= 0x80) return false;
+  const size_t run = narrowLeadingAscii(source + i, units - i, dest);
+  i += run;
+  dest += run;
+  return run != 0;
+}
+
 // Length of a lenient sequence from its lead byte; 0 when the lead fails.
 inline int lenientLength(unsigned char b) {
   if (b < 0x80) return 1;
@@ -98,12 +108,7 @@ size_t lenientEncodeUtf8(const char16_t* source, size_t units, char* dest) {
   char* start = dest;
   size_t i = 0;
   while (i < units) {
-    if (source[i] < 0x80) {
-      size_t run = narrowLeadingAscii(source + i, units - i, dest);
-      i += run;
-      dest += run;
-      if (run) continue;
-    }
+    if (copyAsciiRun(source, units, i, dest)) continue;
     char16_t c = source[i++];
     if (c < 0x80) {
       *dest++ = static_cast<char>(c);
@@ -224,12 +229,7 @@ size_t strictEncodeUtf8(const char16_t* source, size_t units, char* dest) {
   char* start = dest;
   size_t i = 0;
   while (i < units) {
-    if (source[i] < 0x80) {
-      size_t run = narrowLeadingAscii(source + i, units - i, dest);
-      i += run;
-      dest += run;
-      if (run) continue;
-    }
+    if (copyAsciiRun(source, units, i, dest)) continue;
     uint32_t c = source[i++];
     if (c >= 0xD800 && c <= 0xDBFF && i < units && source[i] >= 0xDC00 && source[i] <= 0xDFFF) {
       c = 0x10000 + ((c - 0xD800) << 10) + (source[i++] - 0xDC00u);
