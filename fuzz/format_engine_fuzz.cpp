@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/fuzz_input.h"
 #include "shformat.h"
 
 namespace {
@@ -32,8 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const int flag = (choice >> 2) & 7;
   uint8_t raw[16];
   std::memcpy(raw, data + 2, 16);
-  std::u16string text;
-  for (size_t i = 18; i + 1 < size; i += 2) text += char16_t(data[i] | (data[i + 1] << 8));
+  const std::u16string text = unitsOf(data + 18, size - 18);
 
   std::vector<uint16_t> mask(text.size() * 8 + 600, 0);
   const int kind = choice & 3;

@@ -3,35 +3,21 @@
 // UTF-16LE mask text; what follows a 0 unit is a culture text.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
-#include <vector>
 
+#include "fuzz/fuzz_input.h"
+#include "fuzz/mask_guard.h"
 #include "shformat.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
   const int capacity = data[0];
-  std::u16string text;
-  for (size_t i = 1; i + 1 < size; i += 2) text += char16_t(data[i] | (data[i + 1] << 8));
-  const size_t split = text.find(u'\0');
-  const std::u16string mask = text.substr(0, split);
-  const std::u16string cultureText = split == std::u16string::npos ? std::u16string() : text.substr(split + 1);
-  const char16_t* culture = split == std::u16string::npos ? nullptr : cultureText.c_str();
+  const SplitText input = splitAtZero(unitsOf(data + 1, size - 1));
+  const std::u16string& mask = input.value;
+  const char16_t* culture = input.restOrNull();
 
-  constexpr uint16_t kGuard = 0xA5A5;
-  std::vector<uint16_t> units(size_t(capacity) + 8, kGuard);
-  for (int pass = 0; pass < 2; ++pass) {
-    const int error = pass == 0 ? shformatCmplDateTimeMaskWeb(units.data(), mask.c_str(), capacity, culture)
-                                : shformatCmplDateTimeMask(units.data(), mask.c_str(), capacity);
-    if (error < 0 || error > SHFORMAT_BAD_FRACTION) std::abort();
-    for (size_t i = size_t(capacity); i < units.size(); ++i)
-      if (units[i] != kGuard) std::abort();
-    if (error == SHFORMAT_OK) {
-      size_t n = 0;
-      while (n < size_t(capacity) && units[n]) ++n;
-      if (n == size_t(capacity)) std::abort();  // a valid result is terminated inside the buffer
-    }
-  }
+  GuardedMask out(capacity);
+  out.check(shformatCmplDateTimeMaskWeb(out.data(), mask.c_str(), capacity, culture));
+  out.check(shformatCmplDateTimeMask(out.data(), mask.c_str(), capacity));
   return 0;
 }

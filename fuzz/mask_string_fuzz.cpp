@@ -3,32 +3,18 @@
 // UTF-16LE mask text up to a 0 unit.
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
-#include <vector>
 
+#include "fuzz/fuzz_input.h"
+#include "fuzz/mask_guard.h"
 #include "shformat.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
   const int capacity = data[0];
-  std::u16string text;
-  for (size_t i = 1; i + 1 < size; i += 2) text += char16_t(data[i] | (data[i + 1] << 8));
-  const size_t split = text.find(u'\0');
-  const std::u16string mask = text.substr(0, split);
+  const std::u16string mask = splitAtZero(unitsOf(data + 1, size - 1)).value;
 
-  constexpr uint16_t kGuard = 0xA5A5;
-  std::vector<uint16_t> units(size_t(capacity) + 8, kGuard);
-  {
-    const int error = shformatCmplStringMask(units.data(), mask.c_str(), capacity);
-    if (error < 0 || error > SHFORMAT_BAD_FRACTION) std::abort();
-    for (size_t i = size_t(capacity); i < units.size(); ++i)
-      if (units[i] != kGuard) std::abort();
-    if (error == SHFORMAT_OK) {
-      size_t n = 0;
-      while (n < size_t(capacity) && units[n]) ++n;
-      if (n == size_t(capacity)) std::abort();  // a valid result is terminated inside the buffer
-    }
-  }
+  GuardedMask out(capacity);
+  out.check(shformatCmplStringMask(out.data(), mask.c_str(), capacity));
   return 0;
 }

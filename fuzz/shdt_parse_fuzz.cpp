@@ -7,17 +7,15 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz/fuzz_input.h"
 #include "shdt.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
   const int mode = 1 + data[0] % 3;
-  std::u16string text;
-  for (size_t i = 1; i + 1 < size; i += 2) text += char16_t(data[i] | (data[i + 1] << 8));
-  const size_t split = text.find(u'\0');
-  const std::u16string value = text.substr(0, split);
-  const std::u16string cultureText = split == std::u16string::npos ? std::u16string() : text.substr(split + 1);
-  const char16_t* culture = split == std::u16string::npos ? nullptr : cultureText.c_str();
+  const SplitText input = splitAtZero(unitsOf(data + 1, size - 1));
+  const std::u16string& value = input.value;
+  const char16_t* culture = input.restOrNull();
 
   SH_TIME before, t;
   shdtBuildTime(&before, 1234, 5, 6, 7, 8, 9, 10);

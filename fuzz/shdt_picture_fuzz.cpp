@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "fuzz/fuzz_input.h"
 #include "shdt.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
@@ -15,8 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const int strict = (data[0] >> 2) & 1;
   // English (United States) or German (Germany): dots, 24-hour times.
   const uint32_t lcid = (data[0] >> 3) & 1 ? 0x407 : 0x409;
-  std::u16string text;
-  for (size_t i = 1; i + 1 < size; i += 2) text += char16_t(data[i] | (data[i + 1] << 8));
+  const std::u16string text = unitsOf(data + 1, size - 1);
 
   SH_TIME before, t;
   shdtBuildTime(&before, 1234, 5, 6, 7, 8, 9, 10);
