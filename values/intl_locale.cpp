@@ -1,6 +1,5 @@
 // The keys of section "intl" derived from ICU's data for a locale, for when
 // the settings store has no value.
-#include <unicode/udat.h>
 #include <unicode/uloc.h>
 #include <unicode/ulocdata.h>
 #include <unicode/unum.h>
@@ -8,6 +7,8 @@
 #include <cstring>
 #include <string>
 
+#include "text/wide_chars.h"
+#include "values/intl_dates.h"
 #include "values/intl_source.h"
 
 namespace zr::intl {
@@ -88,17 +89,7 @@ void readNumbers(const char* loc, KeyTable& t) {
   if (neg >= 0) t.set(u"iNegCurr", number(neg));
 }
 
-std::u16string datePattern(const char* loc, UDateFormatStyle time, UDateFormatStyle date) {
-  UErrorCode st = U_ZERO_ERROR;
-  UDateFormat* f = udat_open(time, date, loc, nullptr, 0, nullptr, 0, &st);
-  if (U_FAILURE(st)) return {};
-  UChar buf[kCap];
-  int n = udat_toPattern(f, false, buf, kCap, &st);
-  udat_close(f);
-  return (U_SUCCESS(st) && n > 0 && n < kCap) ? std::u16string(buf, n) : std::u16string();
-}
-
-bool isLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
+using text::isAsciiLetter;
 
 // Rewrites an ICU date pattern in the mask language; eras and other fields
 // the masks lack are dropped.
@@ -125,7 +116,7 @@ std::u16string toPicture(const std::u16string& p) {
       case u'c':
       case u'e': out += run >= 4 ? u"dddd" : u"ddd"; break;
       default:
-        if (!isLetter(c)) out += std::u16string(run, c);
+        if (!isAsciiLetter(c)) out += std::u16string(run, c);
     }
   }
   size_t b = out.find_first_not_of(u" ,");
@@ -136,14 +127,15 @@ std::u16string toPicture(const std::u16string& p) {
 // The first character after the first field that separates fields.
 std::u16string separatorOf(const std::u16string& p) {
   size_t i = 0;
-  while (i < p.size() && !isLetter(p[i])) ++i;
-  while (i < p.size() && isLetter(p[i])) ++i;
+  while (i < p.size() && !isAsciiLetter(p[i])) ++i;
+  while (i < p.size() && isAsciiLetter(p[i])) ++i;
   if (i < p.size() && p[i] != u' ' && p[i] != u'\'') return p.substr(i, 1);
   return {};
 }
 
 void readDates(const char* loc, KeyTable& t) {
-  std::u16string shortDate = datePattern(loc, UDAT_NONE, UDAT_SHORT);
+  const LocaleDates& dates = localeDates(loc);
+  const std::u16string& shortDate = dates.shortDate;
   if (!shortDate.empty()) {
     t.set(u"sShortDate", toPicture(shortDate));
     std::u16string sep = separatorOf(shortDate);
@@ -152,9 +144,8 @@ void readDates(const char* loc, KeyTable& t) {
     if (y != std::u16string::npos && m != std::u16string::npos && d != std::u16string::npos)
       t.set(u"iDate", (d < m && m < y) ? u"1" : (y < m && m < d) ? u"2" : u"0");
   }
-  std::u16string longDate = datePattern(loc, UDAT_NONE, UDAT_LONG);
-  if (!longDate.empty()) t.set(u"sLongDate", toPicture(longDate));
-  std::u16string sep = separatorOf(datePattern(loc, UDAT_SHORT, UDAT_NONE));
+  if (!dates.longDate.empty()) t.set(u"sLongDate", toPicture(dates.longDate));
+  std::u16string sep = separatorOf(dates.shortTime);
   if (!sep.empty()) t.set(u"sTime", sep);
 }
 

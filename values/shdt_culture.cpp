@@ -1,27 +1,19 @@
-// Date and time pictures and names of a locale, read from ICU.
+// Date and time pictures and names of a locale, from its ICU data.
 #include "values/shdt_culture.h"
 
-#include <unicode/udat.h>
 #include <unicode/uloc.h>
+
+#include <algorithm>
+#include <iterator>
+
+#include "text/wide_chars.h"
+#include "values/intl_dates.h"
 
 namespace zr::dt {
 namespace {
 
 constexpr size_t kMaxPictures = 15;
 constexpr size_t kMaxPicture = 511;
-constexpr int kCap = 256;
-
-bool isAsciiLetter(char16_t c) { return (c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z'); }
-
-std::u16string pattern(const char* loc, UDateFormatStyle time, UDateFormatStyle date) {
-  UErrorCode st = U_ZERO_ERROR;
-  UDateFormat* f = udat_open(time, date, loc, nullptr, 0, nullptr, 0, &st);
-  if (U_FAILURE(st)) return {};
-  UChar buf[kCap];
-  const int n = udat_toPattern(f, false, buf, kCap, &st);
-  udat_close(f);
-  return U_SUCCESS(st) && n > 0 && n < kCap ? std::u16string(buf, size_t(n)) : std::u16string();
-}
 
 void add(std::vector<std::u16string>& list, std::u16string picture) {
   if (picture.empty() || list.size() == kMaxPictures) return;
@@ -45,13 +37,6 @@ std::u16string widenYear(const std::u16string& picture) {
     }
   }
   return out;
-}
-
-std::u16string symbol(UDateFormat* f, UDateFormatSymbolType type, int index) {
-  UErrorCode st = U_ZERO_ERROR;
-  UChar buf[kCap];
-  const int n = udat_getSymbols(f, type, index, buf, kCap, &st);
-  return U_SUCCESS(st) && n > 0 && n < kCap ? std::u16string(buf, size_t(n)) : std::u16string();
 }
 
 }  // namespace
@@ -108,13 +93,13 @@ std::u16string pictureOf(const std::u16string& p) {
       default:
         // Eras, zones and the like have no field here; other punctuation
         // is literal text.
-        if (!isAsciiLetter(c)) out.append(u"'").append(run, c).append(u"'");
+        if (!text::isAsciiLetter(c)) out.append(u"'").append(run, c).append(u"'");
     }
   }
   return out;
 }
 
-bool buildCulture(uint32_t lcid, CultureCache& out) {
+bool buildCulture(uint32_t lcid, Culture& out) {
   char name[ULOC_FULLNAME_CAPACITY] = {};
   const char* loc = uloc_getDefault();
   if (lcid != 0) {
@@ -123,32 +108,24 @@ bool buildCulture(uint32_t lcid, CultureCache& out) {
     if (U_FAILURE(st) || !name[0]) return false;
     loc = name;
   }
-  const std::u16string shortDate = pictureOf(pattern(loc, UDAT_NONE, UDAT_SHORT));
+  const intl::LocaleDates& data = intl::localeDates(loc);
+  const std::u16string shortDate = pictureOf(data.shortDate);
   add(out.shortDates, widenYear(shortDate));
   add(out.shortDates, shortDate);
   add(out.shortDates, u"yyyy-MM-dd");
-  add(out.shortDates, pictureOf(pattern(loc, UDAT_NONE, UDAT_MEDIUM)));
-  add(out.longDates, pictureOf(pattern(loc, UDAT_NONE, UDAT_LONG)));
-  add(out.longDates, pictureOf(pattern(loc, UDAT_NONE, UDAT_FULL)));
-  add(out.times, pictureOf(pattern(loc, UDAT_MEDIUM, UDAT_NONE)));
-  add(out.times, pictureOf(pattern(loc, UDAT_SHORT, UDAT_NONE)));
+  add(out.shortDates, pictureOf(data.mediumDate));
+  add(out.longDates, pictureOf(data.longDate));
+  add(out.longDates, pictureOf(data.fullDate));
+  add(out.times, pictureOf(data.mediumTime));
+  add(out.times, pictureOf(data.shortTime));
   add(out.times, u"H:mm:ss");
-
-  UErrorCode st = U_ZERO_ERROR;
-  UDateFormat* f = udat_open(UDAT_DEFAULT, UDAT_DEFAULT, loc, nullptr, 0, nullptr, 0, &st);
-  if (U_FAILURE(st)) return false;
-  for (int i = 0; i < 12; ++i) {
-    out.months[i] = symbol(f, UDAT_MONTHS, i);
-    out.shortMonths[i] = symbol(f, UDAT_SHORT_MONTHS, i);
-  }
-  // ICU counts weekdays from 1, Sunday.
-  for (int i = 0; i < 7; ++i) {
-    out.days[i] = symbol(f, UDAT_WEEKDAYS, i + 1);
-    out.shortDays[i] = symbol(f, UDAT_SHORT_WEEKDAYS, i + 1);
-  }
-  out.am = symbol(f, UDAT_AM_PMS, 0);
-  out.pm = symbol(f, UDAT_AM_PMS, 1);
-  udat_close(f);
+  if (!data.hasNames) return false;
+  std::copy(std::begin(data.months), std::end(data.months), out.months);
+  std::copy(std::begin(data.shortMonths), std::end(data.shortMonths), out.shortMonths);
+  std::copy(std::begin(data.days), std::end(data.days), out.days);
+  std::copy(std::begin(data.shortDays), std::end(data.shortDays), out.shortDays);
+  out.am = data.am;
+  out.pm = data.pm;
   out.valid = !out.shortDates.empty() && !out.times.empty();
   return out.valid;
 }

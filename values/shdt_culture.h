@@ -10,7 +10,9 @@
 
 namespace zr::dt {
 
-struct CultureCache {
+// Filled per parse from the data kept for the locale, so that the parser may
+// work on it freely.
+struct Culture {
   std::vector<std::u16string> shortDates;  // the default first
   std::vector<std::u16string> longDates;
   std::vector<std::u16string> times;
@@ -22,7 +24,7 @@ struct CultureCache {
 };
 
 // Locale 0 is the user's locale. False when the locale has no data.
-bool buildCulture(uint32_t lcid, CultureCache& out);
+bool buildCulture(uint32_t lcid, Culture& out);
 
 // An ICU date pattern in the parser's picture letters.
 std::u16string pictureOf(const std::u16string& pattern);

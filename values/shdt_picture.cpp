@@ -93,7 +93,7 @@ struct Match {
 
 class PictureMatcher {
  public:
-  PictureMatcher(const CultureCache& c, const char16_t* text, bool strict) : c_(c), p_(text), strict_(strict) {}
+  PictureMatcher(const Culture& c, const char16_t* text, bool strict) : c_(c), p_(text), strict_(strict) {}
 
   // On a match fills out and returns where the text was left.
   const char16_t* run(const std::u16string& picture, SH_SYSTEMTIME& out);
@@ -129,7 +129,7 @@ class PictureMatcher {
   bool hour(int count);
   bool literal(const std::u16string& text);
 
-  const CultureCache& c_;
+  const Culture& c_;
   const char16_t* p_;
   bool strict_;
   Match m_;
@@ -298,7 +298,7 @@ const char16_t* PictureMatcher::run(const std::u16string& picture, SH_SYSTEMTIME
 }
 
 // The first picture of the list that matches, default first.
-const char16_t* matchAny(const CultureCache& c, const std::vector<std::u16string>& pictures, const char16_t* text,
+const char16_t* matchAny(const Culture& c, const std::vector<std::u16string>& pictures, const char16_t* text,
                          bool strict, SH_SYSTEMTIME& out) {
   for (const std::u16string& picture : pictures) {
     PictureMatcher m(c, text, strict);
@@ -307,7 +307,7 @@ const char16_t* matchAny(const CultureCache& c, const std::vector<std::u16string
   return nullptr;
 }
 
-bool tryLocale(const CultureCache& c, const char16_t* text, int mode, bool strict, PSH_TIME t) {
+bool tryLocale(const Culture& c, const char16_t* text, int mode, bool strict, PSH_TIME t) {
   SH_SYSTEMTIME date{}, time{};
   const char16_t* rest = text;
   bool dateFound = false, timeFound = false;
@@ -359,7 +359,7 @@ ZRAPI int shdtParseStringExWithLcid(PSH_TIME t, const char16_t* text, int mode, 
   if (!t || !text) return SHDT_BAD_SYNTAX;
   try {
     // The system's locale is the user's here, so there is one try.
-    zr::dt::CultureCache culture;
+    zr::dt::Culture culture;
     if (!zr::dt::buildCulture(lcid, culture)) return SHDT_BAD_SYNTAX;
     return zr::dt::tryLocale(culture, text, mode, strict != 0, t) ? SHDT_OK : SHDT_BAD_SYNTAX;
   } catch (...) {

@@ -1,5 +1,9 @@
 // Both date parsers and the canonical text, under the default settings.
+#include <unicode/uloc.h>
+
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "shdt.h"
 #include "tests/values/format_mask_test_util.h"
@@ -155,6 +159,38 @@ TEST_F(ShdtParse, TwoDigitYearPivot) {
   EXPECT_EQ(pictured(u"1/2/29", 2, 1).year, 2029);
   EXPECT_EQ(pictured(u"1/2/30", 2, 1).year, 1930);
   EXPECT_EQ(pictured(u"1/2/00", 2, 1).year, 2000);
+}
+
+// The first parses of two locales race to read their data; every thread
+// must still see complete pictures and names.
+TEST_F(ShdtParse, LocaleDataFromManyThreads) {
+  std::vector<std::thread> threads;
+  std::vector<int> failures(4, 0);
+  for (size_t k = 0; k < failures.size(); ++k)
+    threads.emplace_back([k, &failures] {
+      for (int i = 0; i < 50; ++i) {
+        SH_TIME t{};
+        const bool german = (k + size_t(i)) % 2 == 1;
+        const int error = german ? shdtParseStringExWithLcid(&t, u"31.12.2003 13:05:09", 1, 1, 0x407)
+                                 : shdtParseStringExWithLcid(&t, u"Friday, January 5, 2001", 2, 1, kEnglishUS);
+        if (error != 0 || fields(t) != (german ? Fields{2003, 12, 31, 13, 5, 9, 0} : Fields{2001, 1, 5, 0, 0, 0, 0}))
+          ++failures[k];
+      }
+    });
+  for (std::thread& t : threads) t.join();
+  EXPECT_EQ(failures, std::vector<int>(4, 0));
+}
+
+// Locale 0 follows the process locale, also after it changes.
+TEST_F(ShdtParse, UserLocaleFollowsTheProcessLocale) {
+  const std::string saved = uloc_getDefault();
+  UErrorCode st = U_ZERO_ERROR;
+  uloc_setDefault("de_DE", &st);
+  EXPECT_EQ(pictured(u"31.12.2003", 2, 1, 0), (Fields{2003, 12, 31, 0, 0, 0, 0}));
+  uloc_setDefault("en_US", &st);
+  EXPECT_EQ(pictured(u"12/31/2003", 2, 1, 0), (Fields{2003, 12, 31, 0, 0, 0, 0}));
+  EXPECT_EQ(pictureError(u"31.12.2003", 2, 1, 0), 6);
+  uloc_setDefault(saved.c_str(), &st);
 }
 
 }  // namespace
