@@ -95,6 +95,32 @@ class Writer {
   bool full_ = false;
 };
 
+// What the numeric and date-time compilers share: the writer and the first
+// error, which is the one reported.
+class MaskCompiler {
+ protected:
+  MaskCompiler(uint16_t* compiled, int capacity) : out_(compiled, capacity) {}
+
+  bool failed() const { return error_ != 0 || out_.full(); }
+  void fail(int error) {
+    if (!error_) error_ = error;
+  }
+  // Units below 32 are tokens: a control character in a mask cannot be shown.
+  void literal(char16_t c) {
+    if (c < kFirstLiteral) fail(SHFORMAT_BAD_CHARACTER);
+    else out_.put(c);
+  }
+  int result() const {
+    if (error_) return error_;
+    return out_.full() ? SHFORMAT_TOO_LARGE : SHFORMAT_OK;
+  }
+
+  Writer out_;
+
+ private:
+  int error_ = 0;
+};
+
 // A "[...]" group at mask[i] == '['.
 struct Bracket {
   enum Kind { Color, Keyword, Error } kind;

@@ -14,22 +14,14 @@ constexpr int kPictureCapacity = 99;
 // A picture may name another keyword; a cycle stops here.
 constexpr int kMaxDepth = 4;
 
-class DateTimeCompiler {
+class DateTimeCompiler : private MaskCompiler {
  public:
   DateTimeCompiler(uint16_t* compiled, int capacity, const DateCulture& culture, int depth)
-      : out_(compiled, capacity), culture_(culture), depth_(depth) {}
+      : MaskCompiler(compiled, capacity), culture_(culture), depth_(depth) {}
 
   int run(const char16_t* mask, size_t length);
 
  private:
-  bool failed() const { return error_ != 0 || out_.full(); }
-  void fail(int error) {
-    if (!error_) error_ = error;
-  }
-  void literal(char16_t c) {
-    if (c < kFirstLiteral) fail(SHFORMAT_BAD_CHARACTER);
-    else out_.put(c);
-  }
   size_t runLength(char16_t letter) const {
     size_t n = 0;
     while (pos_ + n < length_ && zr::text::asciiUpper(mask_[pos_ + n]) == letter) ++n;
@@ -42,13 +34,11 @@ class DateTimeCompiler {
   void quotedLiteral(char16_t close, bool doubledQuote);
   void expand(const std::u16string& picture);
 
-  Writer out_;
   const DateCulture& culture_;
   int depth_;
   const char16_t* mask_ = nullptr;
   size_t length_ = 0;
   size_t pos_ = 0;
-  int error_ = 0;
   int sections_ = 1;
   bool hourOpen_ = false;  // an hour run with no minute or AM/PM since
   bool twelveHour_ = false;
@@ -64,8 +54,7 @@ int DateTimeCompiler::run(const char16_t* mask, size_t length) {
     out_.put(kDtSectionEnd);
     out_.put(0);
   }
-  if (error_) return error_;
-  return out_.full() ? SHFORMAT_TOO_LARGE : SHFORMAT_OK;
+  return result();
 }
 
 void DateTimeCompiler::step() {

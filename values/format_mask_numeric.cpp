@@ -23,10 +23,10 @@ constexpr const char16_t* kNegativeForms[] = {
     u"#,##0D'-S'",  u"#,##0D'S-'", u"'-'#,##0D 'S'", u"'-S' #,##0D", u"#,##0D 'S-'", u"'S' #,##0D'-'",
     u"'S -'#,##0D", u"#,##0D '-S'", u"('S' #,##0D)", u"(#,##0D 'S')"};
 
-class NumericCompiler {
+class NumericCompiler : private MaskCompiler {
  public:
   NumericCompiler(uint16_t* compiled, int capacity, const NumericCulture& culture, bool commaPositions)
-      : out_(compiled, capacity), culture_(culture), commaPositions_(commaPositions) {
+      : MaskCompiler(compiled, capacity), culture_(culture), commaPositions_(commaPositions) {
     symbolLength_ = zr::text::unitLength(culture_.currency);
   }
 
@@ -35,15 +35,6 @@ class NumericCompiler {
  private:
   enum class Mode { Plain, Template };
 
-  bool failed() const { return error_ != 0 || out_.full(); }
-  void fail(int error) {
-    if (!error_) error_ = error;
-  }
-  void literal(char16_t c) {
-    // Units below 32 are tokens: a control character in a mask cannot be shown.
-    if (c < kFirstLiteral) fail(SHFORMAT_BAD_CHARACTER);
-    else out_.put(c);
-  }
   bool symbolAt(size_t i) const {
     if (!symbolLength_ || i + symbolLength_ > length_) return false;
     for (size_t k = 0; k < symbolLength_; ++k)
@@ -65,14 +56,12 @@ class NumericCompiler {
   void expandCurrency();
   bool insert(const std::u16string& text);
 
-  Writer out_;
   const NumericCulture& culture_;
   bool commaPositions_;
   size_t symbolLength_ = 0;
   char16_t work_[kWorkUnits];
   size_t length_ = 0;
   size_t pos_ = 0;
-  int error_ = 0;
   bool wholeCurrency_ = false;
 
   // Per section.
@@ -102,8 +91,7 @@ int NumericCompiler::run(const char16_t* mask) {
     endSection();
     out_.put(0);
   }
-  if (error_) return error_;
-  return out_.full() ? SHFORMAT_TOO_LARGE : SHFORMAT_OK;
+  return result();
 }
 
 void NumericCompiler::startSection() {
