@@ -34,11 +34,8 @@ bool KeyTable::lookup(const std::u16string& key, std::u16string& value) const {
   return true;
 }
 
-std::unique_ptr<KeyTable> readProfileSource() {
+std::unique_ptr<KeyTable> readProfileText(std::istream& in) {
   auto table = std::make_unique<KeyTable>();
-  const char* path = platform::environmentValue("ZR_INTL_PROFILE");
-  if (!path || !*path) return table;
-  std::ifstream in(path);
   std::string line;
   bool inIntl = false;
   bool first = true;
@@ -59,6 +56,13 @@ std::unique_ptr<KeyTable> readProfileSource() {
     table->set(platform::fromUtf8(key.c_str()), platform::fromUtf8(trim(line.substr(eq + 1)).c_str()));
   }
   return table;
+}
+
+std::unique_ptr<KeyTable> readProfileSource() {
+  const char* path = platform::environmentValue("ZR_INTL_PROFILE");
+  if (!path || !*path) return std::make_unique<KeyTable>();
+  std::ifstream in(path);
+  return readProfileText(in);
 }
 
 }  // namespace zr::intl

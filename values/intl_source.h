@@ -4,6 +4,7 @@
 #ifndef VALUES_INTL_SOURCE_H
 #define VALUES_INTL_SOURCE_H
 
+#include <istream>
 #include <map>
 #include <memory>
 #include <string>
@@ -31,6 +32,8 @@ class KeyTable : public IntlSource {
 // Section "intl" of the ini file named by ZR_INTL_PROFILE (UTF-8). A missing
 // variable or file gives an empty table.
 std::unique_ptr<KeyTable> readProfileSource();
+// The same from ini text already open.
+std::unique_ptr<KeyTable> readProfileText(std::istream& in);
 // The keys derived from a locale's data, or from the process locale when
 // locale is null. The neutral "C" locale yields an empty table.
 std::unique_ptr<KeyTable> readLocaleSource(const char* locale);
