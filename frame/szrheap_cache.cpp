@@ -11,13 +11,6 @@ namespace zr::heap {
 
 constinit thread_local ThreadState t_state{};
 
-struct ThreadCache {
-  char* head[kMaxSmallClasses];      // block words, linked through the parent link
-  uint32_t count[kMaxSmallClasses];  // written by the owner, read by reports
-  ThreadCache* next;
-  ThreadCache* previous;
-};
-
 namespace {
 
 // Moves all cached blocks of a class to a shared free list under one lock.
@@ -31,7 +24,7 @@ void spillClass(ThreadCache& c, int index, SlotRow& row) {
     --row.plainUsed;
     ++row.plainFree;
   }
-  __atomic_store_n(&c.count[index], 0u, __ATOMIC_RELAXED);
+  setCachedCount(&c, index, 0);
   unlock(&row.lock);
 }
 
@@ -39,8 +32,9 @@ void spillClass(ThreadCache& c, int index, SlotRow& row) {
 // gives its blocks back and retires it. After that the thread has no cache.
 struct CacheOwner {
   CacheOwner() {
-    auto* c = static_cast<ThreadCache*>(std::calloc(1, sizeof(ThreadCache)));
+    auto* c = static_cast<ThreadCache*>(std::aligned_alloc(alignof(ThreadCache), sizeof(ThreadCache)));
     if (!c) return;
+    *c = ThreadCache{};
     Heap& h = heap();
     lock(&h.cacheLock);
     c->next = static_cast<ThreadCache*>(h.caches);
@@ -75,46 +69,43 @@ ThreadCache* cacheOfThisThread() {
 
 }  // namespace
 
-char* cachePop(int index, int slot) {
-  ThreadCache* c = t_state.cache;
-  if (!c || !c->head[index]) {
-    // Refill from the shared list in one locked step; the blocks count as
-    // taken there and as cached here.
-    SlotRow& row = heap().rows[index][slot];
-    if (!row.plainHead || !(c = cacheOfThisThread())) return nullptr;
-    lock(&row.lock);
-    uint32_t n = 0;
-    char* last = nullptr;
-    for (char* word = row.plainHead; word && n < kCacheRefill;
-         word = static_cast<char*>(headerOf(userOfWord(word))->parentLink)) {
-      last = word;
-      ++n;
-    }
-    if (n) {
-      c->head[index] = row.plainHead;
-      ZrHeapBlockHeader* tail = headerOf(userOfWord(last));
-      row.plainHead = static_cast<char*>(tail->parentLink);
-      tail->parentLink = nullptr;
-      row.plainFree -= n;
-      row.plainUsed += n;
-      __atomic_store_n(&c->count[index], n, __ATOMIC_RELAXED);
-    }
-    unlock(&row.lock);
-    if (!n) return nullptr;
+char* cacheRefillAndPop(int index, int slot) {
+  // Refill from the shared list in one locked step; the blocks count as
+  // taken there and as cached here.
+  SlotRow& row = heap().rows[index][slot];
+  ThreadCache* c;
+  if (!row.plainHead || !(c = cacheOfThisThread())) return nullptr;
+  lock(&row.lock);
+  uint32_t n = 0;
+  char* last = nullptr;
+  for (char* word = row.plainHead; word && n < kCacheRefill;
+       word = static_cast<char*>(headerOf(userOfWord(word))->parentLink)) {
+    last = word;
+    ++n;
   }
+  if (n) {
+    c->head[index] = row.plainHead;
+    ZrHeapBlockHeader* tail = headerOf(userOfWord(last));
+    row.plainHead = static_cast<char*>(tail->parentLink);
+    tail->parentLink = nullptr;
+    row.plainFree -= n;
+    row.plainUsed += n;
+  }
+  unlock(&row.lock);
+  if (!n) return nullptr;
   char* word = c->head[index];
   c->head[index] = static_cast<char*>(headerOf(userOfWord(word))->parentLink);
-  __atomic_store_n(&c->count[index], c->count[index] - 1, __ATOMIC_RELAXED);
+  setCachedCount(c, index, n - 1);
   return word;
 }
 
-bool cachePush(int index, int slot, char* word) {
-  ThreadCache* c = t_state.cache;
-  if (!c && !(c = cacheOfThisThread())) return false;
+bool cacheSpillAndPush(int index, int slot, char* word) {
+  ThreadCache* c = cacheOfThisThread();
+  if (!c) return false;
   if (c->count[index] >= kCacheDepth) spillClass(*c, index, heap().rows[index][slot]);
   headerOf(userOfWord(word))->parentLink = c->head[index];
   c->head[index] = word;
-  __atomic_store_n(&c->count[index], c->count[index] + 1, __ATOMIC_RELAXED);
+  setCachedCount(c, index, c->count[index] + 1);
   return true;
 }
 

@@ -201,7 +201,13 @@ bool smallLockHeldHere();
 // ---- Per-thread state, read on every allocation and free. Initial-exec TLS
 // keeps that a plain load: a few bytes, well within what the loader keeps
 // spare for libraries opened late.
-struct ThreadCache;
+// Cache-line aligned so that two threads' caches never share a line.
+struct alignas(64) ThreadCache {
+  char* head[kMaxSmallClasses];      // block words, linked through the parent link
+  uint32_t count[kMaxSmallClasses];  // written by the owner, read by reports
+  ThreadCache* next;
+  ThreadCache* previous;
+};
 struct ThreadState {
   uint32_t threadId;  // 0 until first asked
   int lastSlot;       // the slot chosen last, valid while it still holds threadId
@@ -213,10 +219,33 @@ extern constinit thread_local ThreadState t_state __attribute__((tls_model("init
 
 // ---- Thread cache (szrheap_cache.cpp): plain small blocks only. An empty
 // class refills from the shared list of (index, slot); a full one goes back
-// to it whole.
-char* cachePop(int index, int slot);  // a block's word, or null when both are empty
+// to it whole. The common cases are inline; the trades with the shared lists
+// are not.
+char* cacheRefillAndPop(int index, int slot);  // a block's word, or null when both are empty
 // False once the thread's cache is retired: the caller uses the shared list.
-bool cachePush(int index, int slot, char* word);
+bool cacheSpillAndPush(int index, int slot, char* word);
+
+inline void setCachedCount(ThreadCache* c, int index, uint32_t n) {
+  __atomic_store_n(&c->count[index], n, __ATOMIC_RELAXED);
+}
+
+inline char* cachePop(int index, int slot) {
+  ThreadCache* c = t_state.cache;
+  if (!c || !c->head[index]) return cacheRefillAndPop(index, slot);
+  char* word = c->head[index];
+  c->head[index] = static_cast<char*>(headerOf(userOfWord(word))->parentLink);
+  setCachedCount(c, index, c->count[index] - 1);
+  return word;
+}
+
+inline bool cachePush(int index, int slot, char* word) {
+  ThreadCache* c = t_state.cache;
+  if (!c || c->count[index] >= kCacheDepth) return cacheSpillAndPush(index, slot, word);
+  headerOf(userOfWord(word))->parentLink = c->head[index];
+  c->head[index] = word;
+  setCachedCount(c, index, c->count[index] + 1);
+  return true;
+}
 long cachedBlocks(int index);            // held by all threads' caches
 
 // ---- Reports (szrheap_report.cpp).
