@@ -251,7 +251,6 @@ long cachedBlocks(int index);            // held by all threads' caches
 // ---- Reports (szrheap_report.cpp).
 void writeLine(const char* text);
 void writeFormatted(const char* format, ...) __attribute__((format(printf, 1, 2)));
-void writeRule();
 void traceBlock(void* u, const char* label);
 void trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // Writes the error and the bad block report; does not return, except for a

@@ -256,8 +256,6 @@ void writeFormatted(const char* format, ...) {
   va_end(args);
 }
 
-void writeRule() { writeLine(kRule); }
-
 void traceBlock(void* u, const char* label) {
   if (!u) {
     writeFormatted("%p  %s", u, label);

@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 
 namespace zr::platform {
 
@@ -18,18 +17,6 @@ uint32_t currentThreadId() {
 }
 
 void yieldThread() { sched_yield(); }
-
-void sleepMilliseconds(uint32_t ms) {
-  timespec ts{static_cast<time_t>(ms / 1000), static_cast<long>(ms % 1000) * 1000000L};
-  while (nanosleep(&ts, &ts) != 0) {
-  }
-}
-
-uint64_t tickCount() {
-  timespec ts;
-  clock_gettime(CLOCK_MONOTONIC, &ts);
-  return static_cast<uint64_t>(ts.tv_sec) * 1000u + static_cast<uint64_t>(ts.tv_nsec) / 1000000u;
-}
 
 LocalTime localTime() {
   timespec ts;

@@ -9,9 +9,6 @@ namespace zr::platform {
 // Kernel id of the calling thread (cached per thread: it is asked often).
 uint32_t currentThreadId();
 void yieldThread();
-void sleepMilliseconds(uint32_t ms);
-// Milliseconds on a monotonic clock.
-uint64_t tickCount();
 
 // The local wall-clock time, with its milliseconds as microseconds.
 struct LocalTime {

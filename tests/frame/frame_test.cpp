@@ -75,10 +75,14 @@ struct CapturedBox {
   }
 };
 
-TEST(Frame, FeatureUnsupportedShowsReleaseCaption) {
+TEST(Frame, FeatureUnsupportedBeepsAndShowsReleaseCaption) {
   auto old = zr::platform::setMessageBoxHandler(CapturedBox::handler);
+  static int beeps = 0;
+  auto oldBeep = zr::platform::setBeepHandler([](unsigned type) { beeps += type == 0; });
   CapturedBox::answer = ZR_IDOK;
   EXPECT_EQ(ZRSHR_FeatureUnsupported(nullptr), ZR_IDOK);
+  EXPECT_EQ(beeps, 1);
+  zr::platform::setBeepHandler(oldBeep);
   EXPECT_EQ(CapturedBox::caption, u"Release 16.5");
   EXPECT_EQ(CapturedBox::text, u"This feature is currently not supported on this platform");
   EXPECT_EQ(CapturedBox::style, 16u);
