@@ -9,6 +9,7 @@
 #include "shintl.h"
 #include "shlist.h"
 #include "zrheap.h"
+#include "zrsave.h"
 #include "zrstg.h"
 #include "zrstr.h"
 
@@ -94,3 +95,23 @@ static_assert(offsetof(SH_SYSTEMTIME, day) == 6);
 static_assert(offsetof(SH_SYSTEMTIME, hour) == 8);
 static_assert(offsetof(SH_SYSTEMTIME, milliseconds) == 14);
 static_assert(sizeof(SH_DT_NAMES) == 16);
+
+static_assert(sizeof(ZR_SAVE_FILE) == 300);
+static_assert(offsetof(ZR_SAVE_FILE, capacity) == 4);
+static_assert(offsetof(ZR_SAVE_FILE, used) == 8);
+static_assert(sizeof(ZR_SAVE_COLUMN) == 16);
+static_assert(offsetof(ZR_SAVE_COLUMN, width) == 4);
+static_assert(offsetof(ZR_SAVE_COLUMN, type) == 8);
+static_assert(sizeof(ZR_SAVE_STATE) == 1044);
+static_assert(offsetof(ZR_SAVE_STATE, allocFlags) == 4);
+static_assert(offsetof(ZR_SAVE_STATE, rowCount) == 8);
+static_assert(offsetof(ZR_SAVE_STATE, rowNumber) == 12);
+static_assert(offsetof(ZR_SAVE_STATE, totalWidth) == 16);
+static_assert(offsetof(ZR_SAVE_STATE, columnCount) == 20);
+static_assert(offsetof(ZR_SAVE_STATE, currentColumn) == 24);
+static_assert(offsetof(ZR_SAVE_STATE, saveFlags) == 28);
+static_assert(offsetof(ZR_SAVE_STATE, baseName) == 32);
+static_assert(offsetof(ZR_SAVE_STATE, generalMask) == 416);
+static_assert(offsetof(ZR_SAVE_STATE, dateTimeMask) == 416 + 3 * 78);
+static_assert(offsetof(ZR_SAVE_STATE, file) == 728);
+static_assert(offsetof(ZR_SAVE_STATE, columns) == 1028);

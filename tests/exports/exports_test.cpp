@@ -161,3 +161,13 @@ TEST(Exports, ContainerNamesAreVisible) {
 }
 
 }  // namespace
+
+TEST(Exports, SaveNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr) << dlerror();
+  for (const char* name : {"CreateFileType", "osSaveBegin", "osSaveBegin32", "osSaveBegin32Web", "InitDataExporter",
+                           "osSaveEnd", "osFileOpenNew32", "osFileWrite32", "osFileClose32", "osFileOpenNew",
+                           "osFileWrite", "osFileClose"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+}
