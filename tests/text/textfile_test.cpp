@@ -2,8 +2,11 @@
 // detection of the marks, and the "HA" form cut at every buffer offset.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -256,6 +259,90 @@ TEST_F(TextFile, HexAsciiRunLongerThanTheBufferIsReadWithALargerOne) {
   uint32_t encoding = 0;
   // 40 units take 17 + 2 + 160 bytes: more than 6 buffers of 20 would hold.
   EXPECT_EQ(readAll(32, &encoding), text);
+}
+
+constexpr uint32_t kEveryForm[] = {OSTF_ANSI, OSTF_UTF8_MARK, OSTF_UTF8_U8, OSTF_HEXASCII, OSTF_UTF16,
+                                   OSTF_UTF16 | OSTF_SWAPPED};
+
+// A descriptor that cannot be read fails while the mark is detected and,
+// past the start, in each encoding's own read; the caller's block survives.
+TEST_F(TextFile, FailedReadsGiveMinusOne) {
+  writeBytes("HA$zrexportheader$ and some text behind the mark");
+  int writeOnly = open(path.c_str(), O_WRONLY);
+  ASSERT_GE(writeOnly, 0);
+  auto* buf = static_cast<char16_t*>(zrstg_alc(h, 64, nullptr));
+  for (bool oldForm : {false, true}) {
+    auto read = [&](int fd, uint32_t encoding) {
+      return oldForm ? osTextFileRead(h->pool, 0, fd, &buf, 16, 1, &encoding, 0)
+                     : osTextFileRead32(h->pool, 0, fd, &buf, 16, 1, &encoding, 0);
+    };
+    EXPECT_EQ(read(-1, 0), -1);
+    lseek(writeOnly, 0, SEEK_SET);
+    EXPECT_EQ(read(writeOnly, 0), -1);
+    lseek(writeOnly, 4, SEEK_SET);
+    for (uint32_t encoding : kEveryForm) EXPECT_EQ(read(writeOnly, encoding), -1) << oldForm << " " << encoding;
+  }
+  close(writeOnly);
+  EXPECT_GE(ZrHeap_size(buf), 64u);
+  zrstg_fee(h, buf);
+}
+
+// A full device refuses the mark (or, for ANSI, the text); a bad descriptor
+// skips the mark and refuses the text.
+TEST_F(TextFile, FailedWritesAreReported) {
+  int full = open("/dev/full", O_WRONLY);
+  ASSERT_GE(full, 0);
+  for (int target : {full, -1}) {
+    int32_t written = -1;
+    for (uint32_t encoding : kEveryForm) {
+      EXPECT_EQ(osTextFileWrite32(h->pool, target, u"ab\x0416", 3, &written, OSTF_CRLF, encoding), 0)
+          << target << " " << encoding;
+      EXPECT_EQ(written, 0);
+    }
+    EXPECT_EQ(osTextFileWrite(h->pool, target, u"ab\x0416", 3, &written, OSTF_CRLF, 0), -1) << target;
+    EXPECT_EQ(osTextFileWrite(h->pool, target, u"ab\x0416", 3, &written, OSTF_LF, OSTF_UTF8_MARK | OSTF_UTF8_U8),
+              -1);
+  }
+  // CR-only mode writes the mark alone and reports how that went.
+  EXPECT_EQ(osTextFileWrite32(h->pool, full, u"a\r\nb", 4, nullptr, OSTF_CR, OSTF_UTF16), 0);
+  EXPECT_EQ(osTextFileWrite32(h->pool, fd, u"a\r\nb", 4, nullptr, OSTF_CR, OSTF_UTF16), 1);
+  close(full);
+}
+
+// Under a 3-byte file size limit every mark fits and the text goes out in
+// part before the system refuses the rest: still a failure of the call.
+void writeUnderFileSizeLimit() {
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  if (getrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(4);
+  rlim_t unlimited = limit.rlim_cur;
+  limit.rlim_cur = 3;
+  if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(4);
+  std::string results;
+  auto write = [&](bool oldForm, uint32_t encoding) {
+    char name[] = "/tmp/zrtextXXXXXX";
+    int fd = mkstemp(name);
+    if (fd < 0) _exit(5);
+    int32_t written = 0;
+    int r = oldForm ? osTextFileWrite(nullptr, fd, u"abcdef", 6, &written, OSTF_CRLF, encoding)
+                    : osTextFileWrite32(nullptr, fd, u"abcdef", 6, &written, OSTF_CRLF, encoding);
+    results += std::to_string(r) + " ";
+    close(fd);
+    unlink(name);
+  };
+  for (uint32_t encoding : kEveryForm) write(false, encoding);
+  write(true, 0);
+  write(true, OSTF_UTF8_MARK | OSTF_UTF8_U8);
+  // The report goes to a file as well.
+  limit.rlim_cur = unlimited;
+  if (setrlimit(RLIMIT_FSIZE, &limit) != 0) _exit(4);
+  std::fprintf(stderr, "results: %s\n", results.c_str());
+  _exit(0);
+}
+
+TEST(TextFileLimit, PartialWritesFail) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(writeUnderFileSizeLimit(), ::testing::ExitedWithCode(0), "results: 0 0 0 0 0 0 -1 -1 \n");
 }
 
 }  // namespace
