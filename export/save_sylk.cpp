@@ -17,7 +17,13 @@ std::string cellHead(long row, int column, bool firstInRow) {
   return std::string(head, static_cast<size_t>(n));
 }
 
-std::string quotedCell(std::u16string_view text) { return "\"" + codePageBytes(text) + "\"\r\n"; }
+// Built by appending: GCC 12 at -O3 misreports a string prefixed with operator+ (PR 105329).
+std::string quotedCell(std::u16string_view text) {
+  std::string cell = "\"";
+  cell += codePageBytes(text);
+  cell += "\"\r\n";
+  return cell;
+}
 
 class SylkSave final : public IZR_SaveFileType {
  public:
