@@ -425,33 +425,39 @@ ZRAPI void* ZrHeap_resize(void* u, size_t oldSize, size_t newSize, size_t minimu
   }
   ZrHeapBlockHeader* hdr = headerOf(u);
   const uintptr_t w = hdr->blockWord;
-  void* result = u;
-  if ((w & ZRHEAP_FLAG_LARGE) && maximum + kMaxOverhead >= h.largeMinSize && hdr->buddyBlock) {
-    auto* node = static_cast<BuddyBlock*>(hdr->buddyBlock);
-    size_t want = roundUpToPage(h, newSize + kMaxOverhead);
-    if (want < node->committed) {
-      decommitVM(node->address + want, node->committed - want);
-      node->committed = static_cast<uint32_t>(want);
-    } else if (want > node->committed) {
-      if (commitVM(node->address + node->committed, want - node->committed)) node->committed = static_cast<uint32_t>(want);
-      else result = nullptr;
-    }
+  if (!(w & ZRHEAP_FLAG_LARGE)) {
+    if (tracing) traceBlock(u, "resize:new");
+    return u;
   }
-  if (result && (w & ZRHEAP_FLAG_LARGE)) {
-    size_t old = hdr->currentSize;
-    if (w & ZRHEAP_FLAG_DEBUG) {
-      lock(&h.mainLock);
-      writeSuffix(u, newSize, hdr->guardPrefix);
-      hdr->currentSize = newSize;
-      unlock(&h.mainLock);
-    } else {
-      hdr->currentSize = newSize;
+  // Pages are committed before the new size is stored and decommitted only
+  // after it is: a check of all blocks may read the guard at any moment.
+  auto* node = static_cast<BuddyBlock*>(hdr->buddyBlock);
+  const bool pages = node && maximum + kMaxOverhead >= h.largeMinSize;
+  const size_t want = roundUpToPage(h, newSize + kMaxOverhead);
+  if (pages && want > node->committed) {
+    if (!commitVM(node->address + node->committed, want - node->committed)) {
+      if (tracing) traceBlock(nullptr, "resize:new");
+      return nullptr;
     }
-    if (newSize > old) unpoison(static_cast<char*>(u) + old, newSize - old);
-    else poison(static_cast<char*>(u) + newSize, old - newSize);
+    node->committed = static_cast<uint32_t>(want);
   }
-  if (tracing) traceBlock(result, "resize:new");
-  return result;
+  const size_t old = hdr->currentSize;
+  if (newSize > old) unpoison(static_cast<char*>(u) + old, newSize - old);
+  if (w & ZRHEAP_FLAG_DEBUG) {
+    lock(&h.mainLock);
+    writeSuffix(u, newSize, hdr->guardPrefix);
+    hdr->currentSize = newSize;
+    unlock(&h.mainLock);
+  } else {
+    hdr->currentSize = newSize;
+  }
+  if (newSize < old) poison(static_cast<char*>(u) + newSize, old - newSize);
+  if (pages && want < node->committed) {
+    decommitVM(node->address + want, node->committed - want);
+    node->committed = static_cast<uint32_t>(want);
+  }
+  if (tracing) traceBlock(u, "resize:new");
+  return u;
 }
 
 ZRAPI void* ZrHeap_realloc(void* u, size_t n) {

@@ -22,8 +22,10 @@ void* poolFailed(const HeapTypeInfo* info, size_t n) {
   return nullptr;
 }
 
-// Cuts s bytes from the head buffer of class i, or starts a new buffer.
-char* cutFromBuffers(Heap& h, MemoryPool* pool, int i, size_t s) {
+// Cuts s bytes from the head buffer of class i, or starts a new buffer. A
+// buffer left with too little room for class i is unlinked and returned in
+// *full; the caller passes it on once it no longer holds the lock of i.
+char* cutFromBuffers(Heap& h, MemoryPool* pool, int i, size_t s, PoolBuffer** full) {
   if (PoolBuffer* b = pool->activeBuffers[i]) {
     char* piece = b->base + b->used;
     b->used += s;
@@ -35,15 +37,10 @@ char* cutFromBuffers(Heap& h, MemoryPool* pool, int i, size_t s) {
       }
       b->block->committed = static_cast<uint32_t>(need);
     }
-    size_t left = b->capacity - b->used;
-    if (left < s) {
-      // The buffer goes on serving the largest smaller class that still fits.
+    if (b->capacity - b->used < s) {
       pool->activeBuffers[i] = b->next;
-      int j = i - 1;
-      while (j >= 0 && !(left > h.classSize[j] + kWordHeader)) --j;
-      PoolBuffer** list = j >= 0 ? &pool->activeBuffers[j] : &pool->fullBuffers;
-      b->next = *list;
-      *list = b;
+      b->next = nullptr;
+      *full = b;
     }
     return piece;
   }
@@ -77,6 +74,26 @@ char* cutFromBuffers(Heap& h, MemoryPool* pool, int i, size_t s) {
   b->next = pool->activeBuffers[i];
   pool->activeBuffers[i] = b;
   return b->base;
+}
+
+// The buffer goes on serving the largest smaller class that still fits, or
+// joins the full list. It is on no list while it travels, so only the lock of
+// the list it joins is taken: no thread holds two pool locks.
+void passOn(Heap& h, MemoryPool* pool, int i, PoolBuffer* b) {
+  const size_t left = b->capacity - b->used;
+  int j = i - 1;
+  while (j >= 0 && !(left > h.classSize[j] + kWordHeader)) --j;
+  if (j >= 0) {
+    lock(&pool->locks[j]);
+    b->next = pool->activeBuffers[j];
+    pool->activeBuffers[j] = b;
+    unlock(&pool->locks[j]);
+    return;
+  }
+  // The full list is only ever pushed while the pool is in use.
+  b->next = __atomic_load_n(&pool->fullBuffers, __ATOMIC_RELAXED);
+  while (!__atomic_compare_exchange_n(&pool->fullBuffers, &b->next, b, true, __ATOMIC_RELEASE, __ATOMIC_RELAXED)) {
+  }
 }
 
 void freeBufferList(PoolBuffer* b) {
@@ -121,14 +138,16 @@ ZRAPI void* ZrHeap_allocFromPool(size_t n, const HeapTypeInfo* info, MemoryPool*
     return ZrHeap_alloc(n, info, pool);
 
   char* piece;
+  PoolBuffer* full = nullptr;
   lock(&pool->locks[i]);
   if (void* freed = pool->freeSubBlocks[i]) {
     pool->freeSubBlocks[i] = headerOf(userOfWord(freed))->parentLink;
     piece = static_cast<char*>(freed);
   } else {
-    piece = cutFromBuffers(h, pool, i, (h.classSize[i] + kWordHeader + kW - 1) & ~(kW - 1));
+    piece = cutFromBuffers(h, pool, i, (h.classSize[i] + kWordHeader + kW - 1) & ~(kW - 1), &full);
   }
   unlock(&pool->locks[i]);
+  if (full) passOn(h, pool, i, full);
   if (!piece) return poolFailed(info, n);
 
   void* u = userOfWord(piece);
