@@ -104,6 +104,14 @@ u128 divRemPow10(u128 m, int n, u128& rem);
 // Removes trailing zeros of a non-zero m while scale remains.
 void stripTrailingZeros(u128& m, int& scale);
 
+// The quotient a x 10^-sa / b x 10^-sb of two non-zero magnitudes to about
+// 30 digits, rounded half up, with its scale, before its store.
+struct Quotient {
+  u128 magnitude;
+  int scale;
+};
+Quotient divideMagnitudes(u128 a, int sa, u128 b, int sb);
+
 // Stores a non-negative result of up to 256 bits with the range tests and the
 // half-up cut to 30 digits of the checked store.
 void checkedStore(SH_DEC& dst, const Wide& v, int scale, int sign);
