@@ -1,141 +1,116 @@
-// Text to decimal. The mantissa and the exponent are read by two small
-// parsers, each over its own heap copy of its slice of the text.
+// Text to decimal in one pass over the text, on the stack. Only the first
+// 31 digits of the mantissa can reach the result: 30 are kept and the 31st
+// rounds them; of the rest only their count and trailing zeros matter.
+#include <algorithm>
 #include <cstring>
 
-#include "zrheap.h"
+#include "values/dec_wide.h"
 #include "values/dec_work.h"
 #include "text/wide_chars.h"
 
 using namespace zr::dec;
 using zr::text::isWideDigit;
 using zr::text::isWideSpace;
-using zr::text::unitLength;
 
 namespace {
 
-// A heap copy of a slice with room to spare: one leading character for a
-// rounding carry and the terminator.
-class SliceCopy {
- public:
-  SliceCopy() = default;
-  SliceCopy(const SliceCopy&) = delete;
-  SliceCopy& operator=(const SliceCopy&) = delete;
-  ~SliceCopy() {
-    if (buffer_) ZrHeap_free(buffer_);
-  }
+// The mantissa with its leading integer zeros dropped: those digits are
+// counted, and the digits after the point, including zeros that follow the
+// point, count as fraction.
+struct Mantissa {
+  u128 kept = 0;         // the first 30 digits, less those in chunk
+  uint64_t chunk = 0;    // the latest kept digits, at most 19
+  int chunkDigits = 0;
+  int next = 0;          // digit 31
+  int64_t count = 0;     // digits, as a string with leading fraction zeros
+  int64_t fraction = 0;  // of them after the point
+  int64_t trailingZeros = 0;
 
-  // The copy starts at text(); text()[-1] is the spare '0'.
-  bool assign(const char16_t* s, size_t n) {
-    buffer_ = static_cast<char16_t*>(ZrHeap_malloc((n + 6) * sizeof(char16_t)));
-    if (!buffer_) return false;
-    buffer_[0] = u'0';
-    std::memcpy(buffer_ + 1, s, n * sizeof(char16_t));
-    buffer_[n + 1] = 0;
-    return true;
+  void flush() {
+    kept = kept * pow10(chunkDigits) + chunk;
+    chunk = 0;
+    chunkDigits = 0;
   }
-  char16_t* text() const { return buffer_ ? buffer_ + 1 : nullptr; }
-
- private:
-  char16_t* buffer_ = nullptr;
 };
 
-class DecimalNumberParser {
- public:
-  // An empty slice leaves the parser without text, and valid.
-  bool parse(const char16_t* s, size_t n) {
-    if (n == 0) return true;
-    if (!copy_.assign(s, n)) return false;
-    char16_t* t = copy_.text();
-    size_t len = 0, points = 0;
-    for (size_t i = 0; i < n; ++i)
-      if (t[i] != u',') t[len++] = t[i];
-    t[len] = 0;
-    size_t pointAt = len;
-    for (size_t i = 0; i < len; ++i) {
-      if (t[i] == u'.') {
-        ++points;
-        pointAt = i;
-      } else if (!isWideDigit(t[i])) {
-        return false;
-      }
-    }
-    if (points > 1 || (len == 1 && points == 1)) return false;
-    fraction_ = points ? int(len - pointAt - 1) : 0;
-    size_t start = 0;
-    while (start < len && t[start] == u'0') ++start;
-    digits_ = t + start;
-    int count = 0;
-    for (char16_t* p = digits_; *p; ++p)
-      if (*p != u'.') digits_[count++] = *p;
-    // Trailing fraction zeros beyond 30 digits carry nothing.
-    while (count >= 31 && digits_[count - 1] == u'0' && fraction_ > 0) {
-      --count;
-      --fraction_;
-    }
-    digits_[count] = 0;
-    count_ = count;
-    hasText_ = true;
-    return true;
+// The value of four ASCII digits, two pairs at a time across the 16-bit
+// lanes of one word.
+inline uint64_t fourDigits(const char16_t* s) {
+  uint64_t v;
+  std::memcpy(&v, s, sizeof v);
+  v -= 0x0030003000300030ull;
+  v = (v * 10 + (v >> 16)) & 0x0000FFFF0000FFFFull;
+  return (v & 0xFFFF) * 100 + (v >> 32);
+}
+
+// Adds the run of ASCII digits [s, e) to the mantissa.
+void appendDigits(const char16_t* s, const char16_t* e, bool point, Mantissa& m) {
+  if (!point && m.count == 0)
+    while (s < e && *s == u'0') ++s;
+  if (s == e) return;
+  const char16_t* zeros = e;
+  while (zeros > s && zeros[-1] == u'0') --zeros;
+  m.trailingZeros = zeros == s ? m.trailingZeros + (e - s) : e - zeros;
+  int64_t n = e - s;
+  if (m.count <= kMaxDigits && m.count + n > kMaxDigits) m.next = s[kMaxDigits - m.count] - u'0';
+  int64_t take = std::min<int64_t>(n, std::max<int64_t>(0, kMaxDigits - m.count));
+  m.count += n;
+  if (point) m.fraction += n;
+  for (; take >= 4; take -= 4, s += 4) {
+    if (m.chunkDigits > 15) m.flush();
+    m.chunk = m.chunk * 10000 + fourDigits(s);
+    m.chunkDigits += 4;
   }
-
-  bool hasText() const { return hasText_; }
-  char16_t* digits() const { return digits_; }
-  int count() const { return count_; }
-  int fraction() const { return fraction_; }
-
- private:
-  SliceCopy copy_;
-  bool hasText_ = false;
-  char16_t* digits_ = nullptr;
-  int count_ = 0;
-  int fraction_ = 0;
-};
-
-class ExponentNumberParser {
- public:
-  // The slice starts at the letter "e" or "E".
-  bool parse(const char16_t* s, size_t n) {
-    if (n == 0) return true;
-    if (!copy_.assign(s, n)) return false;
-    const char16_t* p = copy_.text() + 1;
-    bool negative = false;
-    if (*p == u'-' || *p == u'+') negative = *p++ == u'-';
-    if (!*p) return false;
-    uint32_t value = 0;
-    for (; *p; ++p) {
-      if (!isWideDigit(*p)) return false;
-      value = value * 10 + uint32_t(*p - u'0');
-    }
-    value_ = int32_t(negative ? 0 - value : value);
-    return true;
+  for (; take > 0; --take, ++s) {
+    if (m.chunkDigits == 19) m.flush();
+    m.chunk = m.chunk * 10 + uint64_t(*s - u'0');
+    ++m.chunkDigits;
   }
+}
 
-  int32_t value() const { return value_; }
-
- private:
-  SliceCopy copy_;
-  int32_t value_ = 0;
-};
-
-// Rounds the digit string to `keep` characters, half up on the next digit.
-// A carry out of the top lands in the spare '0' before the string, and the
-// string, now "1" and zeros, loses its last character to keep its length.
-void roundDigits(char16_t*& s, int& count, int keep, int64_t& fraction) {
-  bool up = s[keep] >= u'5';
-  fraction += keep - count;
-  count = keep;
-  if (up) {
-    int i = keep - 1;
-    for (; i >= 0 && s[i] == u'9'; --i) s[i] = u'0';
-    if (i >= 0) {
-      ++s[i];
-    } else {
-      s[-1] = u'1';
-      --s;
-      --fraction;
+// Reads runs of digits, points and commas (which are ignored) from p;
+// false for a second point, or a point without any digit.
+bool readMantissa(const char16_t*& p, Mantissa& m) {
+  bool point = false, anyDigit = false;
+  for (;; ++p) {
+    const char16_t* run = p;
+    while (isWideDigit(*p)) ++p;
+    if (p != run) {
+      anyDigit = true;
+      appendDigits(run, p, point, m);
+    }
+    if (*p == u'.') {
+      if (point) return false;
+      point = true;
+    } else if (*p != u',') {
+      break;
     }
   }
-  s[count] = 0;
+  m.flush();
+  return anyDigit || !point;
+}
+
+// The exponent after its letter: an optional sign and at least one digit,
+// accumulated in 32 bits.
+bool readExponent(const char16_t*& p, int32_t& value) {
+  bool negative = *p == u'-';
+  if (*p == u'-' || *p == u'+') ++p;
+  if (!isWideDigit(*p)) return false;
+  uint32_t v = 0;
+  for (; isWideDigit(*p); ++p) v = v * 10 + uint32_t(*p - u'0');
+  value = int32_t(negative ? 0 - v : v);
+  return true;
+}
+
+// Applies a half-up rounding to m, which holds the first keep characters
+// of a digit string. A carry out of the top gives "1" and zeros, which loses
+// its last character to keep the length: with keep 0 nothing remains.
+u128 roundUp(u128 m, int keep, bool up, int64_t& fraction) {
+  if (up && ++m == pow10(keep)) {
+    m = keep ? pow10(keep - 1) : 0;
+    --fraction;
+  }
+  return m;
 }
 
 }  // namespace
@@ -144,30 +119,30 @@ PSH_DEC shAsciiToDec(PSH_DEC dst, const char16_t* text) {
   if (!dst || !text) return nullptr;
   std::memset(dst, 0, sizeof *dst);
   const char16_t* p = text;
-  while (*p && isWideSpace(*p)) ++p;
-  if (!*p) return nullptr;
+  while (isWideSpace(*p)) ++p;
   bool negative = false;
   if (*p == u'-' || *p == u'+') {
     negative = *p++ == u'-';
-    while (*p && isWideSpace(*p)) ++p;
+    while (isWideSpace(*p)) ++p;
   }
-  if (!*p) return nullptr;
-  const char16_t* end = p + unitLength(p);
-  while (isWideSpace(end[-1])) --end;
-  const char16_t* e = end;
-  for (const char16_t* q = p; q < end; ++q) {
-    if (isWideSpace(*q)) return nullptr;
-    if (e == end && (*q == u'e' || *q == u'E')) e = q;
+  const char16_t* start = p;
+  Mantissa m;
+  if (!readMantissa(p, m) || p == start) return nullptr;
+  int32_t exponent = 0;
+  if (*p == u'e' || *p == u'E') {
+    if (!readExponent(++p, exponent)) return nullptr;
   }
+  while (isWideSpace(*p)) ++p;
+  if (*p) return nullptr;
 
-  DecimalNumberParser mantissa;
-  ExponentNumberParser exponent;
-  if (!mantissa.parse(p, size_t(e - p)) || !exponent.parse(e, size_t(end - e)) || !mantissa.hasText())
-    return nullptr;
-  int count = mantissa.count();
-  if (count == 0) return dst;
-
-  int64_t integerDigits = int64_t(count) - mantissa.fraction() + exponent.value();
+  // Trailing fraction zeros beyond 30 digits carry nothing.
+  if (m.count > kMaxDigits) {
+    int64_t drop = std::min({m.trailingZeros, m.fraction, m.count - kMaxDigits});
+    m.count -= drop;
+    m.fraction -= drop;
+  }
+  if (m.count == 0) return dst;
+  int64_t integerDigits = m.count - m.fraction + exponent;
   if (integerDigits > kMaxDigits) {
     dst->flags = SH_DEC_OVERFLOW;
     return dst;
@@ -176,24 +151,28 @@ PSH_DEC shAsciiToDec(PSH_DEC dst, const char16_t* text) {
     dst->flags = SH_DEC_UNDERFLOW;
     return dst;
   }
-  int64_t fraction = int64_t(mantissa.fraction()) - exponent.value();
-  char16_t* s = mantissa.digits();
-  if (count > kMaxDigits) roundDigits(s, count, kMaxDigits, fraction);
-  if (fraction > kMaxDigits) roundDigits(s, count, int(count - fraction + kMaxDigits), fraction);
-
-  DecWork v{};
-  for (int i = 0; i < count; i += 9) {
-    int n = count - i < 9 ? count - i : 9;
-    uint32_t chunk = 0;
-    for (int j = 0; j < n; ++j) chunk = chunk * 10 + uint32_t(s[i + j] - u'0');
-    mulAdd32(v.w, kPow10Small[n], chunk);
+  int64_t fraction = m.fraction - exponent;
+  int64_t count = m.count;
+  u128 kept = m.kept;
+  if (count > kMaxDigits) {
+    fraction -= count - kMaxDigits;
+    count = kMaxDigits;
+    kept = roundUp(kept, kMaxDigits, m.next >= 5, fraction);
   }
-  if (fraction < 0)
-    mulPow10(v.w, int(-fraction));
-  else
-    v.scale = int16_t(fraction);
-  v.sign = negative;
-  plainStore(*dst, v);
+  if (fraction > kMaxDigits) {
+    int cut = int(fraction - kMaxDigits);
+    u128 rem;
+    kept = divRemPow10(kept, cut, rem);
+    fraction -= cut;
+    kept = roundUp(kept, int(count - cut), 2 * rem >= pow10(cut), fraction);
+  }
+  if (fraction < 0) {
+    kept *= pow10(int(-fraction));
+    fraction = 0;
+  }
+  writeMagnitude(*dst, kept);
+  dst->scale = uint8_t(fraction);
+  if (kept && negative) dst->flags = SH_DEC_NEGATIVE;
   return dst;
 }
 

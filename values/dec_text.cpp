@@ -1,6 +1,7 @@
 // Text and packed BCD forms of a decimal, and the text of the old layout.
 #include <cstring>
 
+#include "values/dec_wide.h"
 #include "values/dec_work.h"
 #include "text/wide_chars.h"
 
@@ -38,20 +39,70 @@ char16_t fromNibble(unsigned n) {
 
 constexpr uint32_t kMaxBcdBytes = 36;
 
+// A 112-bit magnitude has at most 34 digits, and a scale of up to 31
+// pads to 32.
+constexpr int kMaxTextDigits = 36;
+
+constexpr char kDigitPairs[] =
+    "00010203040506070809101112131415161718192021222324252627282930313233343536373839"
+    "40414243444546474849505152535455565758596061626364656667686970717273747576777879"
+    "8081828384858687888990919293949596979899";
+
+// Writes the digits of v, none for zero, ending before end; returns their
+// start.
+char16_t* writeLowDigits(char16_t* end, uint64_t v) {
+  while (v >= 100) {
+    const char* pair = kDigitPairs + 2 * (v % 100);
+    v /= 100;
+    *--end = char16_t(pair[1]);
+    *--end = char16_t(pair[0]);
+  }
+  if (v >= 10) {
+    *--end = char16_t(kDigitPairs[2 * v + 1]);
+    *--end = char16_t(kDigitPairs[2 * v]);
+  } else if (v) {
+    *--end = char16_t(u'0' + v);
+  }
+  return end;
+}
+
+// Zeros from down to p, when p lies above down.
+char16_t* fillZeros(char16_t* p, char16_t* down) {
+  while (p > down) *--p = u'0';
+  return p;
+}
+
 }  // namespace
 
 char16_t* shDecToAscii(char16_t* buffer, const SH_DEC* src) {
   if (!buffer || !src) return nullptr;
   int scale = scaleOf(*src);
-  // Nine digits per 10^9 division; a 112-bit magnitude has at most 34.
-  uint8_t digits[48];
-  int count = 0;
-  DecWork v = load(*src);
-  while (!isZero(v.w)) {
-    uint32_t chunk = divRemBillion(v.w);
-    for (int i = 0; i < 9; ++i, chunk /= 10) digits[count++] = uint8_t(chunk % 10);
+  u128 m = magnitude(*src);
+  // Digits are written from the low end into the tail of digits[]; the
+  // room ahead of them takes the zeros that pad to scale + 1 digits.
+  char16_t digits[kMaxTextDigits];
+  char16_t* end = digits + kMaxTextDigits;
+  char16_t* p = end;
+  if (m >> 64) {
+    u128 low;
+    m = divRemPow10(m, 19, low);
+    p = writeLowDigits(p, uint64_t(low));
+    p = fillZeros(p, end - 19);
   }
-  writeNumber(buffer, digits, count, scale, count > 0 && (src->flags & SH_DEC_NEGATIVE));
+  if (m) p = writeLowDigits(p, uint64_t(m));
+  bool negative = p != end && (src->flags & SH_DEC_NEGATIVE);
+  p = fillZeros(p, end - scale - 1);
+  char16_t* out = buffer;
+  if (negative) *out++ = u'-';
+  size_t whole = size_t(end - p - scale);
+  std::memcpy(out, p, whole * sizeof *out);
+  out += whole;
+  if (scale) {
+    *out++ = u'.';
+    std::memcpy(out, end - scale, size_t(scale) * sizeof *out);
+    out += scale;
+  }
+  *out = 0;
   return buffer;
 }
 
