@@ -1,11 +1,13 @@
 // UTF-8 to UTF-16 and back, and the text file reader on a 100 MB file,
-// against ICU's converters and iconv on the same text.
+// against ICU's converters and iconv on the same text: mixed scripts and
+// plain ASCII.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -22,37 +24,54 @@
 
 namespace {
 
+std::u16string repeatToOneMegabyte(std::initializer_list<const char16_t*> pieces) {
+  std::u16string t;
+  while (t.size() < (1u << 20)) {
+    for (const char16_t* p : pieces) t += p;
+  }
+  return t;
+}
+
 // Mostly ASCII with accented Latin, Cyrillic and CJK, as exported grids are.
-const std::u16string& sampleUtf16() {
-  static const std::u16string text = [] {
-    const char16_t* pieces[] = {u"Customer order 10042, shipped 2024-05-01; ", u"Gr\u00FC\u00DFe aus M\u00FCnchen, ",
-                                u"\x041C\x043E\x0441\x043A\x0432\x0430 \x0446\x0435\x043D\x0442\x0440, ",
-                                u"\x6771\x4EAC\x90FD\x6E2F\x533A, ", u"total 1,234.56 EUR\r\n"};
-    std::u16string t;
-    while (t.size() < (1u << 20)) {
-      for (const char16_t* p : pieces) t += p;
-    }
-    return t;
-  }();
+const std::u16string& mixedUtf16() {
+  static const std::u16string text = repeatToOneMegabyte(
+      {u"Customer order 10042, shipped 2024-05-01; ", u"Gr\u00FC\u00DFe aus M\u00FCnchen, ",
+       u"\x041C\x043E\x0441\x043A\x0432\x0430 \x0446\x0435\x043D\x0442\x0440, ", u"\x6771\x4EAC\x90FD\x6E2F\x533A, ",
+       u"total 1,234.56 EUR\r\n"});
   return text;
 }
 
-const std::string& sampleUtf8() {
-  static const std::string text = [] {
-    zrstg_handle* h = zrstg_begin(0);
-    std::string t = unistr2UTF8(sampleUtf16().c_str(), h);
-    zrstg_end(h);
-    return t;
-  }();
+// Plain ASCII, as source code, logs and most identifiers are.
+const std::u16string& asciiUtf16() {
+  static const std::u16string text =
+      repeatToOneMegabyte({u"Customer order 10042, shipped 2024-05-01; total 1,234.56 EUR\r\n"});
   return text;
+}
+
+using Sample16 = const std::u16string& (*)();
+
+const std::string& utf8Of(Sample16 sample) {
+  static std::string mixed, ascii;
+  std::string& t = sample == asciiUtf16 ? ascii : mixed;
+  if (t.empty()) {
+    zrstg_handle* h = zrstg_begin(0);
+    t = unistr2UTF8(sample().c_str(), h);
+    zrstg_end(h);
+  }
+  return t;
 }
 
 void setBytes(benchmark::State& state, size_t bytes) {
   state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
 }
 
-void BM_Utf8ToUtf16_UTF82unistr(benchmark::State& state) {
-  const std::string& in = sampleUtf8();
+// Each conversion runs on both samples: name/mixed and name/ascii.
+#define ZR_TEXT_BENCH(fn)                                  \
+  BENCHMARK_CAPTURE(fn, mixed, Sample16(mixedUtf16)); \
+  BENCHMARK_CAPTURE(fn, ascii, Sample16(asciiUtf16))
+
+void BM_Utf8ToUtf16_UTF82unistr(benchmark::State& state, Sample16 sample) {
+  const std::string& in = utf8Of(sample);
   for (auto _ : state) {
     char16_t* out = UTF82unistr(in.c_str(), nullptr, nullptr, 0, 0);
     benchmark::DoNotOptimize(out);
@@ -60,18 +79,18 @@ void BM_Utf8ToUtf16_UTF82unistr(benchmark::State& state) {
   }
   setBytes(state, in.size());
 }
-BENCHMARK(BM_Utf8ToUtf16_UTF82unistr);
+ZR_TEXT_BENCH(BM_Utf8ToUtf16_UTF82unistr);
 
-void BM_Utf8ToUtf16_zrstg_UTF8toUCS2(benchmark::State& state) {
-  const std::string& in = sampleUtf8();
+void BM_Utf8ToUtf16_zrstg_UTF8toUCS2(benchmark::State& state, Sample16 sample) {
+  const std::string& in = utf8Of(sample);
   std::vector<char16_t> out(in.size() + 1);
   for (auto _ : state) benchmark::DoNotOptimize(zrstg_UTF8toUCS2(out.data(), in.c_str(), 0));
   setBytes(state, in.size());
 }
-BENCHMARK(BM_Utf8ToUtf16_zrstg_UTF8toUCS2);
+ZR_TEXT_BENCH(BM_Utf8ToUtf16_zrstg_UTF8toUCS2);
 
-void BM_Utf16ToUtf8_unistr2UTF8(benchmark::State& state) {
-  const std::u16string& in = sampleUtf16();
+void BM_Utf16ToUtf8_unistr2UTF8(benchmark::State& state, Sample16 sample) {
+  const std::u16string& in = sample();
   for (auto _ : state) {
     char* out = unistr2UTF8(in.c_str(), nullptr);
     benchmark::DoNotOptimize(out);
@@ -79,15 +98,15 @@ void BM_Utf16ToUtf8_unistr2UTF8(benchmark::State& state) {
   }
   setBytes(state, in.size() * 2);
 }
-BENCHMARK(BM_Utf16ToUtf8_unistr2UTF8);
+ZR_TEXT_BENCH(BM_Utf16ToUtf8_unistr2UTF8);
 
-void BM_Utf16ToUtf8_zrstg_UCS2toUTF8(benchmark::State& state) {
-  const std::u16string& in = sampleUtf16();
+void BM_Utf16ToUtf8_zrstg_UCS2toUTF8(benchmark::State& state, Sample16 sample) {
+  const std::u16string& in = sample();
   std::vector<char> out(in.size() * 3 + 1);
   for (auto _ : state) benchmark::DoNotOptimize(zrstg_UCS2toUTF8(out.data(), in.c_str(), 0));
   setBytes(state, in.size() * 2);
 }
-BENCHMARK(BM_Utf16ToUtf8_zrstg_UCS2toUTF8);
+ZR_TEXT_BENCH(BM_Utf16ToUtf8_zrstg_UCS2toUTF8);
 
 #ifdef ZR_BENCH_ICU
 UConverter* icuUtf8() {
@@ -98,8 +117,8 @@ UConverter* icuUtf8() {
   return cnv;
 }
 
-void BM_Utf8ToUtf16_IcuUcnv(benchmark::State& state) {
-  const std::string& in = sampleUtf8();
+void BM_Utf8ToUtf16_IcuUcnv(benchmark::State& state, Sample16 sample) {
+  const std::string& in = utf8Of(sample);
   std::vector<UChar> out(in.size() + 1);
   for (auto _ : state) {
     UErrorCode status = U_ZERO_ERROR;
@@ -108,10 +127,10 @@ void BM_Utf8ToUtf16_IcuUcnv(benchmark::State& state) {
   }
   setBytes(state, in.size());
 }
-BENCHMARK(BM_Utf8ToUtf16_IcuUcnv);
+ZR_TEXT_BENCH(BM_Utf8ToUtf16_IcuUcnv);
 
-void BM_Utf16ToUtf8_IcuUcnv(benchmark::State& state) {
-  const std::u16string& in = sampleUtf16();
+void BM_Utf16ToUtf8_IcuUcnv(benchmark::State& state, Sample16 sample) {
+  const std::u16string& in = sample();
   std::vector<char> out(in.size() * 3 + 1);
   for (auto _ : state) {
     UErrorCode status = U_ZERO_ERROR;
@@ -121,7 +140,7 @@ void BM_Utf16ToUtf8_IcuUcnv(benchmark::State& state) {
   }
   setBytes(state, in.size() * 2);
 }
-BENCHMARK(BM_Utf16ToUtf8_IcuUcnv);
+ZR_TEXT_BENCH(BM_Utf16ToUtf8_IcuUcnv);
 #endif
 
 #ifdef ZR_BENCH_ICONV
@@ -133,18 +152,18 @@ size_t iconvAll(iconv_t cd, const char* in, size_t inBytes, char* out, size_t ou
   return static_cast<size_t>(dst - out);
 }
 
-void BM_Utf8ToUtf16_Iconv(benchmark::State& state) {
-  const std::string& in = sampleUtf8();
+void BM_Utf8ToUtf16_Iconv(benchmark::State& state, Sample16 sample) {
+  const std::string& in = utf8Of(sample);
   std::vector<char> out(in.size() * 2 + 2);
   iconv_t cd = iconv_open("UTF-16LE", "UTF-8");
   for (auto _ : state) benchmark::DoNotOptimize(iconvAll(cd, in.data(), in.size(), out.data(), out.size()));
   iconv_close(cd);
   setBytes(state, in.size());
 }
-BENCHMARK(BM_Utf8ToUtf16_Iconv);
+ZR_TEXT_BENCH(BM_Utf8ToUtf16_Iconv);
 
-void BM_Utf16ToUtf8_Iconv(benchmark::State& state) {
-  const std::u16string& in = sampleUtf16();
+void BM_Utf16ToUtf8_Iconv(benchmark::State& state, Sample16 sample) {
+  const std::u16string& in = sample();
   std::vector<char> out(in.size() * 3 + 1);
   iconv_t cd = iconv_open("UTF-8", "UTF-16LE");
   for (auto _ : state) {
@@ -154,7 +173,7 @@ void BM_Utf16ToUtf8_Iconv(benchmark::State& state) {
   iconv_close(cd);
   setBytes(state, in.size() * 2);
 }
-BENCHMARK(BM_Utf16ToUtf8_Iconv);
+ZR_TEXT_BENCH(BM_Utf16ToUtf8_Iconv);
 #endif
 
 // The 100 MB file: UTF-8 with its mark, CR LF line ends.
@@ -163,7 +182,7 @@ const std::string& bigFile() {
     std::string name = "/tmp/zr_text_bench_100mb.txt";
     FILE* f = std::fopen(name.c_str(), "wb");
     std::fwrite("\xEF\xBB\xBF", 1, 3, f);
-    const std::string& chunk = sampleUtf8();
+    const std::string& chunk = utf8Of(mixedUtf16);
     for (size_t written = 0; written < (100u << 20); written += chunk.size()) std::fwrite(chunk.data(), 1, chunk.size(), f);
     std::fclose(f);
     return name;

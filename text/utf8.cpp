@@ -23,7 +23,7 @@ void freeFrom(zrstg_handle* handle, void* block) {
 
 ZRAPI int32_t zrstg_UCS2toUTF8(char* dest, const char16_t* source, int32_t) {
   if (!source) return 0;
-  size_t units = unitLength(source);
+  size_t units = terminatedLength(source);
   if (!dest) return static_cast<int32_t>(lenientUtf8Length(source, units));
   size_t bytes = lenientEncodeUtf8(source, units, dest);
   dest[bytes] = 0;
@@ -64,7 +64,7 @@ ZRAPI int UTF82unicode(char16_t* dest, const char* source) {
 
 ZRAPI char* unistr2UTF8(const char16_t* text, zrstg_handle* handle) {
   if (!text) return nullptr;
-  size_t units = unitLength(text);
+  size_t units = terminatedLength(text);
   size_t size = units * 3 + 1 < 2 ? 2 : units * 3 + 1;
   auto* out = static_cast<char*>(allocFrom(handle, nullptr, size));
   out[strictEncodeUtf8(text, units, out)] = 0;

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "text/wide_chars.h"
+
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
@@ -52,14 +54,22 @@ inline size_t widenLeadingAscii(const unsigned char* s, size_t n, char16_t* d) {
   return i;
 }
 
-// Narrows the ASCII units at the start of s (up to n). A block of 8 is
-// stored whole even when only its first units are ASCII: each unit yields at
-// least one byte, so those 8 bytes lie inside the output.
+// Narrows the ASCII units at the start of s (up to n). A block is stored
+// whole even when only its first units are ASCII: each unit yields at least
+// one byte, so those bytes lie inside the output.
 inline size_t narrowLeadingAscii(const char16_t* s, size_t n, char* d) {
   size_t i = 0;
 #if defined(__SSE2__)
   const __m128i high = _mm_set1_epi16(static_cast<short>(0xFF80));
   const __m128i zero = _mm_setzero_si128();
+  // Sixteen units a round while both halves are ASCII.
+  while (i + 16 <= n) {
+    __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
+    __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i + 8));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(_mm_or_si128(a, b), high), zero)) != 0xFFFF) break;
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(d + i), _mm_packus_epi16(a, b));
+    i += 16;
+  }
   while (i + 8 <= n) {
     __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(s + i));
     unsigned ascii = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_and_si128(v, high), zero)));
@@ -73,6 +83,22 @@ inline size_t narrowLeadingAscii(const char16_t* s, size_t n, char* d) {
     ++i;
   }
   return i;
+}
+
+inline void store16(char* d, uint32_t v) {
+  uint16_t w = static_cast<uint16_t>(v);
+  std::memcpy(d, &w, sizeof w);
+}
+
+// One unit from 0x80 up as two or three bytes; returns the end.
+inline char* encodeBmp(char* d, uint32_t c) {
+  if (c < 0x800) {
+    store16(d, 0x80C0u | (c >> 6) | (c & 0x3Fu) << 8);
+    return d + 2;
+  }
+  store16(d, 0x80E0u | (c >> 12) | ((c >> 6) & 0x3Fu) << 8);
+  d[2] = static_cast<char>(0x80 | (c & 0x3F));
+  return d + 3;
 }
 
 // Copies the ASCII run at source[i], moving i and dest past it; false when
@@ -98,6 +124,32 @@ inline int lenientLength(unsigned char b) {
 
 }  // namespace
 
+// Aligned blocks never reach into a page the text does not touch, but the
+// last one may read past the terminator, which the address sanitizer would
+// take for an overflow.
+__attribute__((no_sanitize_address)) size_t terminatedLength(const char16_t* text) {
+#if defined(__SSE2__)
+  const auto address = reinterpret_cast<uintptr_t>(text);
+  if (address % sizeof(char16_t) == 0) {
+    const __m128i zero = _mm_setzero_si128();
+    const auto* block = reinterpret_cast<const __m128i*>(address & ~uintptr_t(15));
+    // Bytes of the first block that lie before the text are masked off.
+    unsigned before = static_cast<unsigned>(address & 15);
+    unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(block), zero))) >> before;
+    if (mask) return static_cast<size_t>(__builtin_ctz(mask)) / 2;
+    for (;;) {
+      ++block;
+      mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi16(_mm_load_si128(block), zero)));
+      if (mask) {
+        size_t bytes = static_cast<size_t>(reinterpret_cast<uintptr_t>(block) - address) + __builtin_ctz(mask);
+        return bytes / sizeof(char16_t);
+      }
+    }
+  }
+#endif
+  return unitLength(text);
+}
+
 size_t lenientUtf8Length(const char16_t* source, size_t units) {
   size_t n = units;
   for (size_t i = 0; i < units; ++i) n += (source[i] >= 0x80) + (source[i] >= 0x800);
@@ -109,17 +161,8 @@ size_t lenientEncodeUtf8(const char16_t* source, size_t units, char* dest) {
   size_t i = 0;
   while (i < units) {
     if (copyAsciiRun(source, units, i, dest)) continue;
-    char16_t c = source[i++];
-    if (c < 0x80) {
-      *dest++ = static_cast<char>(c);
-    } else if (c < 0x800) {
-      *dest++ = static_cast<char>(0xC0 | (c >> 6));
-      *dest++ = static_cast<char>(0x80 | (c & 0x3F));
-    } else {
-      *dest++ = static_cast<char>(0xE0 | (c >> 12));
-      *dest++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      *dest++ = static_cast<char>(0x80 | (c & 0x3F));
-    }
+    // Units from 0x80 up, surrogates among them, run by run.
+    for (; i < units && source[i] >= 0x80; ++i) dest = encodeBmp(dest, source[i]);
   }
   return static_cast<size_t>(dest - start);
 }
@@ -238,13 +281,8 @@ size_t strictEncodeUtf8(const char16_t* source, size_t units, char* dest) {
     }
     if (c < 0x80) {
       *dest++ = static_cast<char>(c);
-    } else if (c < 0x800) {
-      *dest++ = static_cast<char>(0xC0 | (c >> 6));
-      *dest++ = static_cast<char>(0x80 | (c & 0x3F));
     } else if (c < 0x10000) {
-      *dest++ = static_cast<char>(0xE0 | (c >> 12));
-      *dest++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-      *dest++ = static_cast<char>(0x80 | (c & 0x3F));
+      dest = encodeBmp(dest, c);
     } else {
       *dest++ = static_cast<char>(0xF0 | (c >> 18));
       *dest++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));

@@ -9,6 +9,9 @@
 
 namespace zr::text {
 
+// The units before the terminator, counted eight at a time.
+size_t terminatedLength(const char16_t* text);
+
 // Bytes for units encoded one by one (a surrogate gets its own 3 bytes).
 size_t lenientUtf8Length(const char16_t* source, size_t units);
 // Writes exactly lenientUtf8Length bytes and returns their count; no terminator.
