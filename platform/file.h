@@ -23,6 +23,19 @@ enum class SeekFrom { Begin, Current, End };
 int64_t seekFile(int fd, int64_t offset, SeekFrom from);
 int closeFile(int fd);
 bool removeFile(const char16_t* name);
+// Positional forms: byte counts or -1. A read is short only at the end of
+// the file, a write only when the disk is full.
+std::ptrdiff_t readFileAt(int fd, void* data, size_t size, uint64_t offset);
+std::ptrdiff_t writeFileAt(int fd, const void* data, size_t size, uint64_t offset);
+// -1 on failure.
+int64_t fileSize(int fd);
+bool truncateFile(int fd, uint64_t size);
+bool syncFileData(int fd);
+bool fileExists(const char16_t* name);
+// A file that must not exist yet, for reading and writing; missing folders
+// of its path are made. -1 on failure.
+int createNewFile(const char16_t* name);
+void sleepMilliseconds(unsigned milliseconds);
 // Creates an empty, uniquely named file in the temporary directory and
 // returns its name, or an empty text on failure.
 std::u16string createTempFile(const char16_t* prefix);

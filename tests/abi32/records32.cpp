@@ -1,6 +1,7 @@
 // Compiled with -m32 only: the public records keep their documented layout.
 #include <cstddef>
 
+#include "lmi.h"
 #include "ostextfile.h"
 #include "shbuffer.h"
 #include "shdec.h"
@@ -115,3 +116,16 @@ static_assert(offsetof(ZR_SAVE_STATE, generalMask) == 416);
 static_assert(offsetof(ZR_SAVE_STATE, dateTimeMask) == 416 + 3 * 78);
 static_assert(offsetof(ZR_SAVE_STATE, file) == 728);
 static_assert(offsetof(ZR_SAVE_STATE, columns) == 1028);
+
+static_assert(sizeof(LMI_LIBRARY) == 1164);
+static_assert(offsetof(LMI_LIBRARY, lastBlock) == 20);
+static_assert(offsetof(LMI_LIBRARY, comment) == 532);
+static_assert(offsetof(LMI_LIBRARY, findResult) == 1044);
+static_assert(offsetof(LMI_LIBRARY, file) == 1048);
+static_assert(offsetof(LMI_LIBRARY, ioBuffer) == 1072);
+static_assert(offsetof(LMI_LIBRARY, entry) == 1088);
+static_assert(offsetof(LMI_LIBRARY, blockList) == 1120);
+static_assert(offsetof(LMI_LIBRARY, pool) == 1124);
+static_assert(offsetof(LMI_LIBRARY, pendingBlocks) == 1128);
+static_assert(offsetof(LMI_LIBRARY, nextRead) == 1160);
+static_assert(sizeof(LMI_ENTRY_INFO) == 12);
