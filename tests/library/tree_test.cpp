@@ -80,11 +80,8 @@ constexpr int kLeft = 4, kRight = 12;
 
 // Names of four characters make 50-byte records: 60 fill a node.
 void fillWith(LMI_LIBRARY* lib, char letter, int count) {
-  for (int i = 0; i < count; ++i) {
-    char name[5];
-    snprintf(name, sizeof name, "%c%03d", letter, i);
-    LibraryTest::put(lib, name, {uint8_t(i)});
-  }
+  const char prefix[2] = {letter, 0};
+  for (int i = 0; i < count; ++i) LibraryTest::put(lib, numbered(prefix, i), {uint8_t(i)});
 }
 
 TEST_F(Tree, DeletingReleasesEmptyNodesAndKeepsTheRoot) {
