@@ -125,6 +125,7 @@ class NumberFormatter {
   int64_t templateCount_ = 0;
   double whole_ = 0;  // a pre-rounded double as its integer of scaled units
   bool wholeKnown_ = false;
+  bool percentInteger_ = false;  // an integer shown times 100
 };
 
 int NumberFormatter::sign() const {
@@ -176,7 +177,9 @@ void NumberFormatter::prepare(size_t section) {
         }
         case Kind::Double: v_.real *= 100.0; break;
         case Kind::Float: v_.real = double(float(v_.real) * 100.0f); break;
-        case Kind::Longlong: v_.integer = int64_t(uint64_t(v_.integer) * 100u); break;
+        // Two zeros on the digits rather than a multiply that would wrap
+        // beyond 9.2e16.
+        case Kind::Longlong: percentInteger_ = true; break;
       }
     } else if (t == kNumFraction || t == kNumExpFraction) {
       places_ = u.count();
@@ -249,7 +252,14 @@ void NumberFormatter::makeDigits() {
       }
       return digitsOf(v_.real, d_);
     case Kind::Float: return digitsOf(float(v_.real), d_);
-    case Kind::Longlong: return digitsOf(v_.integer, d_);
+    case Kind::Longlong:
+      digitsOf(v_.integer, d_);
+      if (percentInteger_ && v_.integer != 0) {
+        d_.digit[d_.count++] = '0';
+        d_.digit[d_.count++] = '0';
+        d_.point += 2;
+      }
+      return;
   }
 }
 

@@ -121,6 +121,23 @@ TEST_F(FormatNumber, PercentAndScientific) {
   });
 }
 
+// The widest values each type holds keep every digit.
+TEST_F(FormatNumber, ThirtyDigitDecimalsAndInt64Limits) {
+  check({
+      {u"#,##0.00", Dec{u"-123456789012345678901234567890"}, u"-123,456,789,012,345,678,901,234,567,890.00"},
+      {u"0.000", Dec{u"0.123456789012345678901234567890"}, u"0.123"},
+      {u"[General]", Dec{u"1.23456789012345678901234567891"}, u"1.23456789012345678901234567891"},
+      {u"0.00%", Dec{u"9999999999999999999999999999.99"}, u"999999999999999999999999999999.00%"},
+      {u"0", int64_t{INT64_MIN}, u"-9223372036854775808"},
+      {u"[General]", int64_t{INT64_MIN}, u"-9223372036854775808"},
+      {u"#,##0", int64_t{INT64_MAX}, u"9,223,372,036,854,775,807"},
+      // Beyond 9.2e16 the percentage no longer fits 64 bits.
+      {u"0%", int64_t{100000000000000000}, u"10000000000000000000%"},
+      {u"#,##0%", int64_t{INT64_MIN}, u"-922,337,203,685,477,580,800%"},
+      {u"[General]%", int64_t{-92233720368547759}, u"-9223372036854775900%"},
+  });
+}
+
 TEST_F(FormatNumber, LiteralsTemplatesAndGeneral) {
   check({
       {u"'Total: '#,##0", 1234.0, u"Total: 1,234"},
