@@ -125,6 +125,21 @@ TEST(DecPower, ExactForWholeExponents) {
   EXPECT_EQ(power("1", "123456789"), "1");
 }
 
+// Each square and product is rounded before the next step, not the result
+// alone.
+TEST(DecPower, RoundsInsideTheSquaring) {
+  // (1 + 10^-15)^2 = 1.000000000000002000000000000001 has 31 digits and
+  // loses the last; squared again, the 4 x 10^-30 is lost the same way, where
+  // the power itself is 1.000000000000004000000000000006.
+  EXPECT_EQ(power("1.000000000000001", "4"), "1.000000000000004");
+  // 1 / 49 = 0.0204081632653061224489795918367 34..., cut at 30 places.
+  EXPECT_EQ(power("7", "-2"), "0.020408163265306122448979591837");
+  // 0.05^23 = 1.19 x 10^-30 keeps 30 places, 0.000...001, whose reciprocal
+  // 10^30 overflows, though 20^23 = 8.4 x 10^29 would fit.
+  SH_DEC b = dec("0.05"), e = dec("-23"), r;
+  EXPECT_EQ(shExpDec(&r, &b, &e)->flags, SH_DEC_OVERFLOW);
+}
+
 TEST(DecPower, FlagsAndTheLogarithmPath) {
   SH_DEC b = dec("-2"), e = dec("2.00"), r;
   EXPECT_EQ(shExpDec(&r, &b, &e)->flags, SH_DEC_INDETERMINATE);
