@@ -14,6 +14,9 @@
 // Every exported function is declared with ZRAPI; everything else in the
 // library is hidden.
 #define ZRAPI ZR_EXTERN_C __attribute__((visibility("default")))
+// Exported C++ classes and the interfaces they implement. Every member is
+// defined out of line: inline members are hidden.
+#define ZR_EXPORT_CLASS __attribute__((visibility("default")))
 
 // Asserts a record layout at compile time, on every build including -m32.
 #ifdef __cplusplus

@@ -10,6 +10,7 @@
 #include "shintl.h"
 #include "shlist.h"
 #include "zrheap.h"
+#include "zrobj.h"
 #include "zrsave.h"
 #include "zrstg.h"
 #include "zrstr.h"
@@ -129,3 +130,8 @@ static_assert(offsetof(LMI_LIBRARY, pool) == 1124);
 static_assert(offsetof(LMI_LIBRARY, pendingBlocks) == 1128);
 static_assert(offsetof(LMI_LIBRARY, nextRead) == 1160);
 static_assert(sizeof(LMI_ENTRY_INFO) == 12);
+static_assert(sizeof(ZR_GUID) == 16);
+static_assert(offsetof(ZR_GUID, Data2) == 4);
+static_assert(offsetof(ZR_GUID, Data3) == 6);
+static_assert(offsetof(ZR_GUID, Data4) == 8);
+static_assert(sizeof(IZR_StringVtbl) == 14 * 4);

@@ -182,3 +182,15 @@ TEST(Exports, SaveNamesAreVisible) {
     EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
   }
 }
+
+TEST(Exports, ObjectNamesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr) << dlerror();
+  for (const char* name :
+       {"CreateBlob", "CreateBlobWithSize", "CreateBlobFromBytes", "CreateBlobFromLPTSTR", "CreateString",
+        "CreateStringBuffer", "CreateStringBufferFromLPTSTR", "CreateEnumUnknown", "ZR_CreateZRObjectFactory",
+        "CreateList", "CreateListFromArray", "IID_IUnknown", "IID_IZR_String", "IID_IZR_PropertySet",
+        "_ZN14CZR_StringImpl7ReleaseEv", "_ZTV12CZR_BlobImpl"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+}
