@@ -130,6 +130,7 @@ static_assert(offsetof(LMI_LIBRARY, pool) == 1124);
 static_assert(offsetof(LMI_LIBRARY, pendingBlocks) == 1128);
 static_assert(offsetof(LMI_LIBRARY, nextRead) == 1160);
 static_assert(sizeof(LMI_ENTRY_INFO) == 12);
+
 static_assert(sizeof(ZR_GUID) == 16);
 static_assert(offsetof(ZR_GUID, Data2) == 4);
 static_assert(offsetof(ZR_GUID, Data3) == 6);
