@@ -189,7 +189,15 @@ TEST(Exports, ObjectNamesAreVisible) {
   for (const char* name :
        {"CreateBlob", "CreateBlobWithSize", "CreateBlobFromBytes", "CreateBlobFromLPTSTR", "CreateString",
         "CreateStringBuffer", "CreateStringBufferFromLPTSTR", "CreateEnumUnknown", "ZR_CreateZRObjectFactory",
-        "CreateList", "CreateListFromArray", "IID_IUnknown", "IID_IZR_String", "IID_IZR_PropertySet",
+        "CreateList", "CreateListFromArray", "CreateDecimal", "CreateDecimalFromPSH_DEC", "CreateDecimalFromLong",
+        "CreateDecimalFromDouble", "CreateDecimalFromLPTSTR", "CopyDecimalToPSH_DEC", "CreateDateTimeFromLPTSTR",
+        "CreateDateFromLPTSTR", "CreateTimeFromLPTSTR", "CreateDateTimeFromString", "CreateDateFromString",
+        "CreateTimeFromString", "CreateDateTimeFromPSH_TIME", "CreateDateFromPSH_TIME", "CreateTimeFromPSH_TIME",
+        "CopyDateTimeToPSH_TIME", "CopyDateToPSH_TIME", "CopyTimeToPSH_TIME", "CreateDynamicVector",
+        "CreateDynamicVectorWithSize", "CreateDynamicVectorFromArray", "CreateStringDictionary",
+        "CreateStringDictionaryWithSize", "CreateStringDictionaryWithFlags", "CreateUlongDictionary",
+        "CreateUlongDictionaryWithSize", "CreateUlongDictionaryWithFlags", "ZR_CreatePropertySet",
+        "IID_IUnknown", "IID_IZR_String", "IID_IZR_PropertySet", "_ZTV18CZR_DictionaryImpl",
         "_ZN14CZR_StringImpl7ReleaseEv", "_ZTV12CZR_BlobImpl"}) {
     EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
   }
