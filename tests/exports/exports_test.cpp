@@ -171,6 +171,20 @@ TEST(Exports, LibraryFileNamesAreVisible) {
   }
 }
 
+TEST(Exports, KernelObjectClassesAreVisible) {
+  Library lib;
+  ASSERT_NE(lib.handle, nullptr);
+  for (const char* name :
+       {"_ZN9CZR_EventC1EiiPKDsPv", "_ZN9CZR_Event3SetEv", "_ZN9CZR_MutexC1EiPKDsPv", "_ZN9CZR_Mutex7ReleaseEv",
+        "_ZN13CZR_SemaphoreC1EiiPKDsPv", "_ZN13CZR_Semaphore7ReleaseEiPi", "_ZN10CZR_ThreadC1EP17CZR_ThreadHandlerjPvj",
+        "_ZN10CZR_Thread6ResumeEv", "_ZN10CZR_Kernel4WaitEj", "_ZN11CZR_CritSec5EnterEv", "_ZN11CZR_CritSec5LeaveEv",
+        "_ZN13ZR_ScopedLockC1EP11CZR_CritSec", "_ZN13ZR_ScopedLockD1Ev", "_ZN22CZR_WaitableCollection7WaitAllEj",
+        "_ZN22CZR_GrowableThreadPoolC1Eiij", "_ZN22CZR_GrowableThreadPool8DispatchER18CZR_DispatchRecord",
+        "_ZTV9CZR_Event", "_ZTI10CZR_Kernel", "_ZTI17CZR_KernelFailure", "_ZTI17CZR_ThreadHandler"}) {
+    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
+  }
+}
+
 }  // namespace
 
 TEST(Exports, SaveNamesAreVisible) {
