@@ -31,22 +31,50 @@ TEST(Utf8Lenient, EveryUnitRoundTripsAlone) {
   EXPECT_EQ(zrstg_UCS2toUTF8(nullptr, nullptr, 0), 0);
 }
 
-TEST(Utf8Lenient, LeadByteMasksDecideTheLength) {
+TEST(Utf8Lenient, LeadBytesFromF0) {
+  // Even leads take four bytes, 0xFD six, the other odd ones fail; left-over
+  // continuation bytes then fail one by one. Units of lead, 81 82 83 84 85,
+  // 'Z' for each lead from 0xF0 to 0xFF:
+  const int32_t units[16] = {4, 7, 4, 7, 4, 7, 4, 7, 4, 7, 4, 7, 4, 2, 4, 7};
   for (int lead = 0xF0; lead <= 0xFF; ++lead) {
     char text[] = {static_cast<char>(lead), '\x81', '\x82', '\x83', '\x84', '\x85', 'Z', 0};
-    int expectedLength = (lead & 0xF1) == 0xF0 ? 4 : (lead & 0xFE) == 0xFC ? 6 : 0;
-    // Continuation bytes that are left over each fail as one character.
-    int32_t units = expectedLength ? 1 + (6 - expectedLength) + 1 : 1 + 5 + 1;
-    EXPECT_EQ(zrstg_UTF8toUCS2(nullptr, text, 0), units) << std::hex << lead;
+    EXPECT_EQ(zrstg_UTF8toUCS2(nullptr, text, 0), units[lead - 0xF0]) << std::hex << lead;
   }
   char16_t out[8];
   zrstg_UTF8toUCS2(out, "\xF4\x8F\xBF\xBF", 0);
   EXPECT_EQ(out[0], 0xFFFF);  // values keep their low 16 bits
   zrstg_UTF8toUCS2(out, "\xFD\x81\x82\x83\x84\x85", 0);
   EXPECT_EQ(out[0], 0x3105);
-  // No continuation test: a two-byte lead takes whatever follows.
+  // No continuation test: a two-byte lead takes whatever follows, 00011
+  // from C3 and 101000 from '('.
   zrstg_UTF8toUCS2(out, "\xC3(", 0);
-  EXPECT_EQ(out[0], ((0xC3 & 0x1F) << 6) | ('(' & 0x3F));
+  EXPECT_EQ(out[0], 0xE8);
+}
+
+// The encoders move ASCII in blocks; one other unit at each place of a
+// text, itself at each alignment, must come out where it stands.
+TEST(Utf8Lenient, OneNonAsciiUnitAtEveryPlace) {
+  const struct {
+    char16_t unit;
+    const char* bytes;
+  } cases[] = {{u'\u00E9', "\xC3\xA9"}, {u'\u4E2D', "\xE4\xB8\xAD"}};
+  for (const auto& c : cases) {
+    for (size_t at = 0; at < 40; ++at) {
+      std::string expected = std::string(at, 'a') + c.bytes + std::string(39 - at, 'a');
+      for (size_t shift = 0; shift < 8; ++shift) {
+        std::u16string buffer(shift, u'x');
+        buffer += std::u16string(40, u'a');
+        buffer[shift + at] = c.unit;
+        const char16_t* text = buffer.c_str() + shift;
+        std::vector<char> out(expected.size() + 1, '#');
+        ASSERT_EQ(zrstg_UCS2toUTF8(out.data(), text, 0), int32_t(expected.size())) << at << " " << shift;
+        EXPECT_EQ(std::string(out.data()), expected) << at << " " << shift;
+        zrstg_handle* h = zrstg_begin(0);
+        EXPECT_EQ(std::string(unistr2UTF8(text, h)), expected) << at << " " << shift;
+        zrstg_end(h);
+      }
+    }
+  }
 }
 
 TEST(Utf8Lenient, FailedByteKeepsWhatThePositionHeld) {
