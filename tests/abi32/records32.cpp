@@ -9,6 +9,7 @@
 #include "shformat.h"
 #include "shintl.h"
 #include "shlist.h"
+#include "shmi.h"
 #include "zrheap.h"
 #include "zrobj.h"
 #include "zrsave.h"

@@ -212,6 +212,21 @@ TEST(Exports, ObjectNamesAreVisible) {
         "CreateStringDictionaryWithSize", "CreateStringDictionaryWithFlags", "CreateUlongDictionary",
         "CreateUlongDictionaryWithSize", "CreateUlongDictionaryWithFlags", "ZR_CreatePropertySet",
         "IID_IUnknown", "IID_IZR_String", "IID_IZR_PropertySet", "_ZTV18CZR_DictionaryImpl",
+        "shmi_CreateDataBlob", "shmi_DataBlob_AddRef", "shmi_DataBlob_Release", "shmi_DataBlob_addByte",
+        "shmi_DataBlob_addBool", "shmi_DataBlob_addShort", "shmi_DataBlob_addUShort", "shmi_DataBlob_addChar",
+        "shmi_DataBlob_addLong", "shmi_DataBlob_addULong", "shmi_DataBlob_addFloat", "shmi_DataBlob_addDouble",
+        "shmi_DataBlob_addString", "shmi_DataBlob_addBytes", "shmi_DataBlob_addDecimal", "shmi_DataBlob_addShBlob",
+        "shmi_DataBlob_addDateTime", "shmi_DataBlob_Reserve", "shmi_DataBlob_GetSize", "shmi_DataBlob_SetSize",
+        "shmi_DataBlob_Reset", "shmi_DataBlob_DoingBlockWrite", "shmi_DataBlob_GetBlockPointer",
+        "shmi_DataBlob_Advance", "shmi_DataBlob_GetDataIterator", "shmi_DataBlob_GetBlobIterator",
+        "shmi_DataIter_AddRef", "shmi_DataIter_Release", "shmi_DataIter_Reset", "shmi_DataIter_GetSize",
+        "shmi_DataIter_MoveTo", "shmi_DataIter_GetCurrentPosition", "shmi_DataIter_GetBlockPointer",
+        "shmi_DataIter_Advance", "shmi_DataIter_GetByte", "shmi_DataIter_GetBool", "shmi_DataIter_GetShort",
+        "shmi_DataIter_GetUShort", "shmi_DataIter_GetChar", "shmi_DataIter_GetLong", "shmi_DataIter_GetULong",
+        "shmi_DataIter_GetFloat", "shmi_DataIter_GetDouble", "shmi_DataIter_GetString", "shmi_DataIter_GetDecimal",
+        "shmi_DataIter_GetShBlob", "shmi_DataIter_GetDateTime", "shmi_DataIter_GetBytes", "shFlipShort",
+        "shFlipLong", "shFlipLonglong", "shFlipDouble", "shFlipTimeT", "shFlipSHDEC", "shFlipSHTime",
+        "shFlipDataLoop", "shFlipDataLoopNative", "shSetFlipDataNative", "shGetFlipDataNative",
         "_ZN14CZR_StringImpl7ReleaseEv", "_ZTV12CZR_BlobImpl"}) {
     EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
   }
