@@ -1,5 +1,5 @@
-// Opening and closing one entry. A rewrite frees the old chain at once and
-// writes the record with its new chain only at close.
+// Opening and closing one entry. A rewrite frees the old chain at once; the
+// record gets its new chain at close.
 #include <algorithm>
 #include <cstring>
 
@@ -29,12 +29,17 @@ int openEntryForWrite(LMI_LIBRARY* lib, const char16_t* name) {
       std::memcpy(lib->comment, block + kPayloadAt, keep * sizeof(char16_t));
       lib->comment[keep] = 0;
     }
-    if ((rc = freeChain(lib, recSize(record), recFirst(record))) < 0) return rc;
-    if ((rc = saveDirtyMap(lib)) < 0) return rc;
+    // The record lets go of the old chain on disk before the chain's blocks
+    // are free to be taken: a crash in between leaves orphans, never a
+    // record pointing into another entry's blocks.
+    const uint32_t size = recSize(record), first = recFirst(record);
     setRecFirst(record, 0);
     setRecSize(record, 0);
     setRecCommentUnits(record, 0);
     setRecTime(record, timeNow());
+    if ((rc = saveNode(lib)) < 0) return rc;
+    if ((rc = freeChain(lib, size, first)) < 0) return rc;
+    if ((rc = saveDirtyMap(lib)) < 0) return rc;
   } else if ((rc = insertEntry(lib, name, 0, 0)) < 0) {
     return rc;
   }
