@@ -1,6 +1,5 @@
-// Reading and freeing chains. A fetch reads a whole window, so a chain laid
-// out contiguously costs one read per window. A damaged chain never yields
-// more than its record's size and never leaves the file.
+// Reading and freeing chains. A damaged chain never yields more than its
+// record's size and never leaves the file.
 #include <algorithm>
 #include <cstring>
 #include <vector>
@@ -10,22 +9,24 @@
 namespace zr::library {
 namespace {
 
-// Reads the window starting at `offset` into the buffer; the part past the
-// file's end reads as zeros, which no sound block is.
-int fetchWindow(LMI_LIBRARY* lib, uint32_t offset) {
+// Reads the window at `offset`, no more of it than `blocks` blocks; a chain
+// laid out contiguously then costs one read per window.
+int fetchWindow(LMI_LIBRARY* lib, uint32_t offset, uint64_t blocks) {
   if (badBlockOffset(lib, offset, kBlock)) return LMI_ERR_DAMAGED;
-  const size_t window = windowBytes(lib);
+  const size_t wanted = size_t(std::min<uint64_t>(windowBytes(lib), std::max<uint64_t>(blocks, 1) * kBlock));
   size_t got = 0;
-  int rc = readAt(lib, offset, lib->ioBuffer, window, &got);
+  int rc = readAt(lib, offset, lib->ioBuffer, wanted, &got);
   if (rc < 0) return rc;
   if (got < kBlock) return LMI_ERR_DAMAGED;
-  std::memset(lib->ioBuffer + got, 0, window - got);
+  state(lib).windowFilled = uint32_t(got);
   return 0;
 }
 
 bool inWindow(LMI_LIBRARY* lib, uint32_t start, uint32_t offset) {
-  return start && offset >= start && uint64_t(offset) + kBlock <= uint64_t(start) + windowBytes(lib);
+  return start && offset >= start && uint64_t(offset) + kBlock <= uint64_t(start) + state(lib).windowFilled;
 }
+
+uint64_t blocksFor(uint64_t bytes) { return (bytes + kPayload - 1) / kPayload; }
 
 }  // namespace
 
@@ -62,7 +63,7 @@ int64_t pullBytes(LMI_LIBRARY* lib, uint8_t* data, uint64_t size) {
     }
     if (!lib->readBlock) {
       if (!lib->nextRead) break;
-      int rc = fetchWindow(lib, lib->nextRead);
+      int rc = fetchWindow(lib, lib->nextRead, blocksFor(left));
       if (rc < 0) return rc;
       lib->readBlock = lib->ioBuffer;
     }
@@ -76,7 +77,7 @@ int64_t pullBytes(LMI_LIBRARY* lib, uint8_t* data, uint64_t size) {
 int freeChain(LMI_LIBRARY* lib, uint32_t size, uint32_t first) {
   lib->needsTrim = 1;
   if (!size) return 0;
-  const uint64_t count = (uint64_t(size) + kPayload - 1) / kPayload;
+  const uint64_t count = blocksFor(size);
   if (count > physicalSize(lib) / kBlock) return LMI_ERR_DAMAGED;
   std::vector<uint32_t> list;
   list.reserve(count);
@@ -84,7 +85,7 @@ int freeChain(LMI_LIBRARY* lib, uint32_t size, uint32_t first) {
   lib->readBlock = nullptr;
   for (uint32_t offset = first; offset && list.size() < count;) {
     if (!inWindow(lib, start, offset)) {
-      int rc = fetchWindow(lib, offset);
+      int rc = fetchWindow(lib, offset, count - list.size());
       if (rc < 0) return rc;
       start = offset;
     }

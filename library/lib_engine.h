@@ -18,12 +18,19 @@ constexpr int kNotHere = 2;
 constexpr int kAbove = 3;
 constexpr int kBelow = 4;
 
+constexpr uint32_t kKnownMapGroups = 64;
+
 // State the public record has no field for. It lives in the same pool
 // allocation, right behind the record.
 struct EngineState {
   uint64_t fileSize;      // physical size as last seen or written
   uint64_t readLeft;      // bytes the chain being read may still yield
+  uint32_t windowFilled;  // bytes of ioBuffer the last window fetch filled
   uint8_t standIn[kRecordHead];  // record that a version-area chain is written through
+  // Every block below this one is marked in use, so scans may start here.
+  uint64_t clearHint;
+  // Offsets of the first map blocks of the chain, 0 where not yet known.
+  uint32_t mapGroups[kKnownMapGroups];
 };
 
 inline EngineState& state(LMI_LIBRARY* lib) { return *reinterpret_cast<EngineState*>(lib + 1); }

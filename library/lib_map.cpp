@@ -1,6 +1,7 @@
 // The free-block map: a chain of map blocks, one bit per block, and the
 // allocation of blocks from it. Bits are flipped, never set or cleared, so
 // allocating and freeing are one routine.
+#include <algorithm>
 #include <cstring>
 
 #include "frame/mem_pool.h"
@@ -39,9 +40,11 @@ int selectRoot(LMI_LIBRARY* lib) {
   return rc;
 }
 
-// Makes the map block of group g current. Returns the group at which the
-// chain ended instead (positive), or 0 when g was reached.
+// Makes the map block of group g current. Returns 1 with the group at
+// which the chain ended instead, or 0 when g was reached.
 int selectGroup(LMI_LIBRARY* lib, uint32_t group, uint32_t* endedAt) {
+  uint32_t* known = state(lib).mapGroups;
+  if (group > 0 && group < kKnownMapGroups && known[group]) return loadMap(lib, known[group]);
   int rc = selectRoot(lib);
   if (rc < 0) return rc;
   for (uint32_t k = 1; k <= group; ++k) {
@@ -51,6 +54,7 @@ int selectGroup(LMI_LIBRARY* lib, uint32_t group, uint32_t* endedAt) {
       return 1;
     }
     if ((rc = loadMap(lib, next)) < 0) return rc;
+    if (k < kKnownMapGroups) known[k] = next;
   }
   return 0;
 }
@@ -71,6 +75,8 @@ int growMapChain(LMI_LIBRARY* lib, uint32_t offset) {
     if (!lib->secondMap) return LMI_ERR_FILE;
   }
   std::memcpy(lib->secondMap, fresh, kBlock);
+  const uint32_t group = (offset - lib->baseOffset) / kBlock / kMapBits;
+  if (group < kKnownMapGroups) state(lib).mapGroups[group] = offset;
   lib->mapOffset = offset;
   lib->currentMap = lib->secondMap;
   return 0;
@@ -110,6 +116,7 @@ int toggleBits(LMI_LIBRARY* lib, uint32_t* list, uint32_t count) {
     const uint32_t position = block % kMapBits;
     lib->currentMap[kBitsAt + position / 8] ^= uint8_t(0x80u >> (position % 8));
     lib->mapDirty = 1;
+    if (!bitAt(lib->currentMap, position) && block < state(lib).clearHint) state(lib).clearHint = block;
   }
   return 0;
 }
@@ -119,16 +126,23 @@ int allocateBlocks(LMI_LIBRARY* lib, uint32_t* list, uint32_t count, bool contig
   const uint64_t blocks = size > lib->baseOffset ? (size - lib->baseOffset) / kBlock : 0;
   uint32_t found = 0;
   if (!lib->extendOnly) {
+    // Blocks below the hint are known to be in use: the scan finds the same
+    // blocks starting there as from block 0.
+    const uint64_t start = std::min<uint64_t>(state(lib).clearHint, blocks);
+    uint32_t endedAt = 0;
     int rc = saveDirtyMap(lib);
-    if (rc == 0) rc = selectRoot(lib);
+    if (rc == 0 && start < blocks) rc = selectGroup(lib, uint32_t(start / kMapBits), &endedAt);
     if (rc < 0) return rc;
-    uint64_t clearSeen = 0, block = 0;
+    if (rc > 0) return LMI_ERR_ALLOCATION;
+    uint64_t clearSeen = 0, firstClear = blocks, block = start;
     for (; block < blocks && found < count; ++block) {
       const uint32_t position = uint32_t(block % kMapBits);
-      if (position == 0 && block > 0) {
+      if (position == 0 && block > start) {
         const uint32_t next = mapNext(lib->currentMap);
         if (!next) break;
         if ((rc = loadMap(lib, next)) < 0) return rc;
+        const uint64_t group = block / kMapBits;
+        if (group < kKnownMapGroups) state(lib).mapGroups[group] = next;
       }
       if (bitAt(lib->currentMap, position)) {
         if (contiguous) found = 0;
@@ -136,9 +150,11 @@ int allocateBlocks(LMI_LIBRARY* lib, uint32_t* list, uint32_t count, bool contig
       }
       const uint64_t offset = lib->baseOffset + block * kBlock;
       if (offset >= kOffsetLimit) return LMI_ERR_DISK_FULL;
+      if (!clearSeen) firstClear = block;
       list[found++] = uint32_t(offset);
       ++clearSeen;
     }
+    state(lib).clearHint = std::max(state(lib).clearHint, firstClear);
     if (found == count) return toggleBits(lib, list, count);
     if (contiguous && retry && clearSeen >= count) return allocateBlocks(lib, list, count, false, false);
     if (block < blocks) return LMI_ERR_ALLOCATION;

@@ -45,9 +45,12 @@ int trim(LMI_LIBRARY* lib) {
     if ((rc = readAt(lib, next, copy.bytes, kBlock, &got)) < 0) return rc;
     if (got < kBlock) return LMI_ERR_DAMAGED;
   }
-  // Our copies replace whatever the second map buffer held.
+  // Our copies replace whatever the second map buffer held, and the chain
+  // may get shorter.
   lib->mapOffset = 0;
   lib->currentMap = lib->rootMap;
+  state(lib).clearHint = 0;
+  std::memset(state(lib).mapGroups, 0, sizeof state(lib).mapGroups);
 
   uint64_t end = 0;
   bool rootChanged = false, kept = false;
