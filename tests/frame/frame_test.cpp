@@ -18,11 +18,11 @@ TEST(Frame, EnvironmentWordStartsAtZeroAndKeepsWhatIsSet) {
   ZR_RT_SetEnvironment(0);
 }
 
-TEST(Frame, LoadStateFlags) {
-  EXPECT_EQ(shIsTerminalServiceClientSession(), 0);
+TEST(Frame, UnknownLocaleLeavesTheCurrentOne) {
   ZR_RT_SetLocale(u"C");
   EXPECT_EQ(std::u16string(ZR_RT_SetLocale(nullptr)), u"C");
   EXPECT_EQ(ZR_RT_SetLocale(u"no_such_locale.xyz"), nullptr);
+  EXPECT_EQ(std::u16string(ZR_RT_SetLocale(nullptr)), u"C");
 }
 
 TEST(Frame, OpenLibFindsSystemLibraryOnSearchPathAndItsSymbols) {

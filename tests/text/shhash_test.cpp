@@ -2,7 +2,6 @@
 // statistics.
 #include <gtest/gtest.h>
 
-#include <set>
 #include <string>
 
 #include "shlist.h"
@@ -74,12 +73,25 @@ TEST_F(HashTest, UniqueSearchLeavesStateAlone) {
   EXPECT_EQ(bucket->current, cursor);
 }
 
-TEST_F(HashTest, StringHashRotatesAndReducesByTheSize) {
-  // h = rotl1(h) ^ c: "ab" -> ((0 ^ 'a') << 1) ^ 'b' = 194 ^ 98 = 160.
+// Slots worked out by hand from h = rotl1(h) ^ c, then |h| mod size.
+TEST_F(HashTest, StringHashAndItsSlot) {
   SHHASH* t = shhash_new(1000, nullptr, 0, 0, handle, nullptr);
+  // "ab": ((0 ^ 'a') << 1) ^ 'b' = 194 ^ 98 = 160.
   shhash_insert(t, const_cast<char16_t*>(u"ab"));
   EXPECT_EQ(t->currentSlot, 160);
-  EXPECT_EQ(shhash_search(t, u"ab"), u"ab");
+  EXPECT_EQ(shhash_searchSlot(t, u"ab"), t->buckets[160]);
+  EXPECT_EQ(shlist_get_first(t->buckets[160]), u"ab");
+  EXPECT_EQ(shhash_searchSlot(t, u"b"), nullptr);  // slot 98, never used
+  EXPECT_EQ(t->currentSlot, 98);
+  // The alphabet's h is 0x8047C790, negative: its absolute value 2142779504
+  // gives slot 504 (read unsigned it would be 792).
+  shhash_searchSlot(t, u"abcdefghijklmnopqrstuvwxyz");
+  EXPECT_EQ(t->currentSlot, 504);
+  // 0x8000 then 1, 2, 1, ... builds h = INT32_MIN, which counts as 0.
+  const char16_t minimum[] = {0x8000, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 1, 2, 0};
+  shhash_searchSlot(t, minimum);
+  EXPECT_EQ(t->currentSlot, 0);
+  shhash_delete(t);
 }
 
 TEST_F(HashTest, ListKeysMatchWholeListsOnly) {
@@ -116,13 +128,14 @@ TEST_F(HashTest, WalksInSlotOrderAndCountsChains) {
     items[i] = {names[i].c_str(), i};
     shhash_insert(t, &items[i]);
   }
-  std::set<void*> seen;
-  for (void* x = shhash_get_first(t); x; x = shhash_get_next(t)) EXPECT_TRUE(seen.insert(x).second);
-  EXPECT_EQ(seen.size(), 6u);
+  // 'a'..'f' are 97..102: slots 1, 2, 3, 0, 1, 2; each chain oldest first.
+  std::u16string walk;
+  for (void* x = shhash_get_first(t); x; x = shhash_get_next(t)) walk += static_cast<Item*>(x)->name;
+  EXPECT_EQ(walk, u"daebfc");
   SHHASH_STATS stats;
   shhash_statistics(t, &stats);
   EXPECT_DOUBLE_EQ(stats.loadFactor, 1.5);
-  EXPECT_EQ(stats.longestChain, 2u);  // 'a'..'f' are 97..102: slots 1,2,3,0,1,2
+  EXPECT_EQ(stats.longestChain, 2u);
   EXPECT_DOUBLE_EQ(stats.meanChainLength, 1.5);
   int visited = 0;
   EXPECT_EQ(shhash_traversal(t, &visited, [](void*, void* arg) { return ++*static_cast<int*>(arg) < 3 ? 1 : 0; }), 0);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "frame/szrheap_internal.h"
 #include "shlist.h"
 
 namespace {
@@ -51,11 +52,21 @@ TEST_F(ListTest, InsertsAroundTheCursor) {
   ASSERT_EQ(shlist_addafter(list, v(2)), 1);  // empty list: becomes first and last
   ASSERT_EQ(shlist_addbefore(list, v(1)), 1);
   EXPECT_EQ(list->first->data, v(1));
-  ASSERT_EQ(shlist_addafter(list, v(5)), 1);  // behind 1, before 2
+  ASSERT_EQ(shlist_insert_at_curr(list, v(5)), 1);  // behind 1, before 2
+  EXPECT_EQ(shlist_get_curr(list), v(5));
   shlist_get_last(list);
   ASSERT_EQ(shlist_addafter(list, v(9)), 1);
   EXPECT_EQ(list->last->data, v(9));
   EXPECT_EQ(contents(), (std::vector<intptr_t>{1, 5, 2, 9}));
+  // A node the caller made goes in the same way.
+  shlist_get_first(list);
+  auto* node = static_cast<SHLIST_NODE*>(zrstg_alc(handle, sizeof(SHLIST_NODE), nullptr));
+  node->data = v(4);
+  ASSERT_EQ(shlist_putafter(list, node), 1);
+  EXPECT_EQ(shlist_curr_node(list), node);
+  EXPECT_EQ(contents(), (std::vector<intptr_t>{1, 4, 5, 2, 9}));
+  ASSERT_EQ(shlist_remove(list), v(4));
+  shlist_get_last(list);
   EXPECT_EQ(shlist_update(list, v(8)), v(9));
   shlist_get_next(list);  // off the end: no cursor
   EXPECT_EQ(shlist_addafter(list, v(7)), 0);  // nowhere to put it
@@ -155,10 +166,25 @@ TEST_F(ListTest, SortParamReturnsTheArrayUnlessAskedNot) {
   EXPECT_EQ(contents(), (std::vector<intptr_t>{3, 2, 1}));
 }
 
-TEST_F(ListTest, DeleteFreeReleasesTheValues) {
+// Values of a size nothing else here uses, counted in the heap's totals.
+TEST_F(ListTest, DeleteFreeReleasesTheValuesAndPutAfterTheRefusedNode) {
+  constexpr size_t kValueSize = 3000;
+  auto used = [] { return static_cast<long>(zr::heap::indexTotals(zr::heap::sizeIndexOf(kValueSize)).usedCount); };
+  const long before = used();
   SHLIST* owned = shlist_new(handle, nullptr);
-  for (int i = 0; i < 3; ++i) shlist_insert(owned, zrstg_alc(handle, 100, nullptr));
+  for (int i = 0; i < 3; ++i) shlist_insert(owned, zrstg_alc(handle, kValueSize, nullptr));
+  EXPECT_EQ(used(), before + 3);
   EXPECT_EQ(shlist_deleteFree(owned), 0);
+  EXPECT_EQ(used(), before);
+
+  // Without a cursor there is nowhere to put a node (here in a block of the
+  // counted size): it is freed.
+  shlist_insert(list, v(1));
+  shlist_get_next(list);
+  auto* node = static_cast<SHLIST_NODE*>(zrstg_alc(handle, kValueSize, nullptr));
+  EXPECT_EQ(shlist_putafter(list, node), 0);
+  EXPECT_EQ(used(), before);
+  EXPECT_EQ(contents(), (std::vector<intptr_t>{1}));
 }
 
 }  // namespace

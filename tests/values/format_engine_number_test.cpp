@@ -23,15 +23,13 @@ struct Row {
   int flag = 0;
 };
 
-std::string narrow(const std::u16string& s) { return std::string(s.begin(), s.end()); }
-
 std::u16string format(const Row& r, uint32_t* color, const char16_t* culture = nullptr, int capacity = 63) {
   Units mask = (r.flag & SHFORMAT_COMMAS_POS)
                    ? compiled([](uint16_t* b, const char16_t* m, int c) {
                        return shformatCmplNumericMaskWebCommasPos(b, m, c, nullptr);
                      }, r.mask)
                    : numeric(r.mask);
-  EXPECT_FALSE(mask.empty()) << narrow(r.mask);
+  EXPECT_FALSE(mask.empty()) << shown(r.mask);
   char16_t text[128];
   std::fill(std::begin(text), std::end(text), u'#');
   if (const double* d = std::get_if<double>(&r.value))
@@ -52,8 +50,8 @@ std::u16string format(const Row& r, uint32_t* color, const char16_t* culture = n
 void check(std::initializer_list<Row> rows, const char16_t* culture = nullptr) {
   for (const Row& r : rows) {
     uint32_t color = 99;
-    EXPECT_EQ(narrow(format(r, &color, culture)), narrow(r.expected)) << "mask " << narrow(r.mask);
-    EXPECT_EQ(color, r.color) << "mask " << narrow(r.mask);
+    EXPECT_EQ(format(r, &color, culture), r.expected) << "mask " << shown(r.mask);
+    EXPECT_EQ(color, r.color) << "mask " << shown(r.mask);
   }
 }
 
@@ -181,8 +179,8 @@ TEST_F(FormatNumber, NullValuesMasksAndCapacity) {
   EXPECT_EQ(shformatDouble(text, 15, nullptr, 1.0, 0), 0u);
   EXPECT_EQ(std::u16string(text), u"");
   uint32_t color = 0;
-  EXPECT_EQ(narrow(format({u"#,##0.00", 1234567.891, u""}, &color, nullptr, 5)), "1,234");
-  EXPECT_EQ(narrow(format({u"[RED]#,##0.00", 1234567.891, u""}, &color, nullptr, 0)), "");
+  EXPECT_EQ((format({u"#,##0.00", 1234567.891, u""}, &color, nullptr, 5)), u"1,234");
+  EXPECT_EQ((format({u"[RED]#,##0.00", 1234567.891, u""}, &color, nullptr, 0)), u"");
   EXPECT_EQ(color, 255u);
 }
 

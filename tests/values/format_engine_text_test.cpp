@@ -9,12 +9,6 @@ namespace {
 
 class FormatText : public DefaultSettings {};
 
-std::string narrow(const std::u16string& s) {
-  std::string out;
-  for (char16_t c : s) out += c < 128 ? char(c) : '~';
-  return out;
-}
-
 struct DateRow {
   const char16_t* mask;
   const char16_t* expected;
@@ -25,11 +19,11 @@ struct DateRow {
 void checkDates(const SH_TIME* t, std::initializer_list<DateRow> rows, const SH_DT_NAMES* names = nullptr) {
   for (const DateRow& r : rows) {
     Units mask = dateTime(r.mask);
-    ASSERT_FALSE(mask.empty()) << narrow(r.mask);
+    ASSERT_FALSE(mask.empty()) << shown(r.mask);
     char16_t text[64];
     const uint32_t color = shformatDateTimeWeb(text, 63, mask.data(), t, r.flag, names);
-    EXPECT_EQ(narrow(text), narrow(r.expected)) << "mask " << narrow(r.mask);
-    EXPECT_EQ(color, r.color) << "mask " << narrow(r.mask);
+    EXPECT_EQ(std::u16string(text), r.expected) << "mask " << shown(r.mask);
+    EXPECT_EQ(color, r.color) << "mask " << shown(r.mask);
   }
 }
 
@@ -113,16 +107,16 @@ TEST_F(FormatText, Strings) {
            {u"@", u"x", u"", 0, 2},
        }) {
     Units mask = string(r.mask);
-    ASSERT_FALSE(mask.empty()) << narrow(r.mask);
+    ASSERT_FALSE(mask.empty()) << shown(r.mask);
     char16_t text[64];
-    EXPECT_EQ(shformatString(text, r.capacity, mask.data(), r.value, r.flag), r.color) << narrow(r.mask);
-    EXPECT_EQ(narrow(text), narrow(r.expected)) << narrow(r.mask);
+    EXPECT_EQ(shformatString(text, r.capacity, mask.data(), r.value, r.flag), r.color) << shown(r.mask);
+    EXPECT_EQ(std::u16string(text), r.expected) << shown(r.mask);
   }
   char16_t text[8];
   shformatString(text, 4, nullptr, u"abcdef", 0);
-  EXPECT_EQ(narrow(text), "abcd");
+  EXPECT_EQ(std::u16string(text), u"abcd");
   shformatString(text, 4, nullptr, u"abcdef", 2);
-  EXPECT_EQ(narrow(text), "");
+  EXPECT_EQ(std::u16string(text), u"");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "shformat.h"
@@ -38,6 +39,9 @@ inline Units dateTime(const char16_t* mask, int* error = nullptr) {
 inline Units string(const char16_t* mask, int* error = nullptr) {
   return compiled(shformatCmplStringMask, mask, error);
 }
+
+// A mask or text as an escaped literal, for failure messages.
+inline std::string shown(const char16_t* text) { return ::testing::PrintToString(std::u16string(text)); }
 
 // The documented defaults, whatever the machine's locale and profile.
 class DefaultSettings : public ::testing::Test {

@@ -196,9 +196,11 @@ TEST_F(UnitConvert, ToLayoutUnits) {
   EXPECT_EQ(convert(u"-1", ZR_UNIT_INCHES, 1), u"-434");
   EXPECT_EQ(convert(u"0", ZR_UNIT_INCHES, 1), u"0");
   EXPECT_EQ(convert(u"0.0004", ZR_UNIT_INCHES, 1), u"0");
-  // Thousandths: the first digit cut rounds, so 0.0105 reads as 0.011.
-  EXPECT_EQ(convert(u"0.0105", ZR_UNIT_INCHES, 0), convert(u"0.011", ZR_UNIT_INCHES, 0));
-  EXPECT_EQ(convert(u"0.0104", ZR_UNIT_INCHES, 0), convert(u"0.010", ZR_UNIT_INCHES, 0));
+  // Thousandths: the fourth fraction digit alone rounds up. 0.0055 reads as
+  // 6, (6 * 96 + 499) / 1000 = 1 pixel, (768 + 96) / 192 = 4; 0.00549 as 5,
+  // no pixel.
+  EXPECT_EQ(convert(u"0.0055", ZR_UNIT_INCHES, 0), u"4");
+  EXPECT_EQ(convert(u"0.00549", ZR_UNIT_INCHES, 0), u"0");
   EXPECT_EQ(convert(u"1234567890123456789012345678901", ZR_UNIT_INCHES, 1), u"0");
   zr::intl::setScreenDpi(120);
   EXPECT_EQ(convert(u"1", ZR_UNIT_INCHES, 1), u"439");

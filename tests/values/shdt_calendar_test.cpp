@@ -94,11 +94,18 @@ TEST(ShdtCalendar, TimesAndSentinels) {
   shMJDTimeTodt(&back, 3.0);
   EXPECT_EQ(back.hour, 0);
 
+  shdtBuildTime(&b, 1990, 6, 6, 18, 0, 0, 0);
+  shdtToMJDTime(&b, &t);
+  EXPECT_EQ(t, 0.75);
+
   SH_TIME none = a;
   none.year = SH_TIME_NO_DATE;
   none.hour = SH_TIME_NO_TIME;
   shdtToMJDTimestamp(&none, &d, &t);
   EXPECT_EQ(d, 0.0);
+  EXPECT_EQ(t, 0.0);
+  t = -1;
+  shdtToMJDTime(&none, &t);
   EXPECT_EQ(t, 0.0);
 }
 

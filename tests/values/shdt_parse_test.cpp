@@ -1,12 +1,15 @@
 // Both date parsers and the canonical text, under the default settings.
 #include <unicode/uloc.h>
 
+#include <algorithm>
+#include <ctime>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "shdt.h"
 #include "tests/values/format_mask_test_util.h"
+#include "values/intl_source.h"
 
 namespace zr::testing {
 namespace {
@@ -121,6 +124,36 @@ TEST_F(ShdtParse, CanonicalText) {
   // No record is the null value, and the mask has no section for it.
   shdtParseToString(nullptr, text, 1);
   EXPECT_EQ(std::u16string(text), u"");
+}
+
+// The present moment, against the C library's clock at either end of the
+// call; a longer date picture is cut to 10 characters and a terminator.
+TEST_F(ShdtParse, PresentMomentAsText) {
+  auto clock = [] {
+    std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    localtime_r(&now, &parts);
+    char text[32];
+    size_t n = std::strftime(text, sizeof text, "%d.%m.%Y %H:%M:%S", &parts);
+    return std::u16string(text, text + n);
+  };
+  zr::intl::KeyTable profile;
+  profile.set(u"sShortDate", u"dd.mm.yyyy");
+  zr::intl::loadSettings(&profile, nullptr);
+  std::u16string before = clock();
+  char16_t date[16], time[16];
+  shdtString(date, time);
+  std::u16string after = clock();
+  std::u16string both = std::u16string(date) + u" " + time;
+  EXPECT_TRUE(both == before || both == after) << shown(both.c_str());
+
+  profile.set(u"sShortDate", u"dddd, mmmm dd, yyyy");
+  zr::intl::loadSettings(&profile, nullptr);
+  std::fill(std::begin(date), std::end(date), u'#');
+  shdtString(date, nullptr);
+  EXPECT_EQ(std::u16string(date).size(), 10u);
+  EXPECT_EQ(std::u16string(date + 11, 5), u"#####");
+  shdtString(nullptr, nullptr);
 }
 
 // The picture parser with the pictures and names of English (United States).
