@@ -71,15 +71,4 @@ TEST(Exports, ExactlyTheDeclaredFunctions) {
   for (const std::string& name : exportedNames()) EXPECT_TRUE(declared.count(name)) << "exported: " << name;
 }
 
-TEST(Exports, LibraryFileNamesAreVisible) {
-  Library lib;
-  ASSERT_NE(lib.handle, nullptr);
-  for (const char* name :
-       {"LMI_CreateLibrary", "LMI_OpenLibrary", "LMI_CloseLibrary", "LMI_OpenEntry", "LMI_ReadEntry",
-        "LMI_WriteEntry", "LMI_CloseEntry", "LMI_DeleteEntry", "LMI_EntryExists", "LMI_EntryInformation",
-        "LMI_MoveEntry", "LMI_SetEntryVersion", "LMI_GetEntryVersion", "LMI_GetZRLBinaryType"}) {
-    EXPECT_NE(dlsym(lib.handle, name), nullptr) << name;
-  }
-}
-
 }  // namespace
