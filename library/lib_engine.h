@@ -29,6 +29,9 @@ struct EngineState {
   uint8_t standIn[kRecordHead];  // record that a version-area chain is written through
   // Every block below this one is marked in use, so scans may start here.
   uint64_t clearHint;
+  // A read-only view of the file that serves reads without system calls.
+  const uint8_t* view;
+  uint64_t viewBytes;
   // Offsets of the first map blocks of the chain, 0 where not yet known.
   uint32_t mapGroups[kKnownMapGroups];
 };
@@ -53,6 +56,8 @@ int writeAt(LMI_LIBRARY* lib, uint64_t offset, const void* data, size_t size);
 int truncateFile(LMI_LIBRARY* lib, uint64_t size);
 uint64_t physicalSize(LMI_LIBRARY* lib);
 void syncFile(LMI_LIBRARY* lib);
+// Gives the read view back; reads after it map the file anew.
+void dropView(LMI_LIBRARY* lib);
 // Turns the syncs at the end of operations off, for measurements.
 void setSyncEnabled(bool on);
 

@@ -2,6 +2,7 @@
 // to retry; nobody answering means cancel, so an unattended full disk fails
 // instead of looping.
 #include <atomic>
+#include <cstring>
 #include <ctime>
 
 #include "library/lib_engine.h"
@@ -47,7 +48,37 @@ int compareNames(const char16_t* a, const char16_t* b) {
 
 int64_t timeNow() { return static_cast<int64_t>(std::time(nullptr)); }
 
+void dropView(LMI_LIBRARY* lib) {
+  EngineState& s = state(lib);
+  platform::unmapFile(s.view, s.viewBytes);
+  s.view = nullptr;
+  s.viewBytes = 0;
+}
+
+namespace {
+
+// Serves a read from the view, mapping the file again when it has grown
+// past it. False when the bytes lie beyond the file.
+bool readFromView(LMI_LIBRARY* lib, uint64_t offset, void* data, size_t size) {
+  EngineState& s = state(lib);
+  if (offset + size > s.viewBytes) {
+    const uint64_t now = physicalSize(lib);
+    if (offset + size > now) return false;
+    dropView(lib);
+    if (!(s.view = platform::mapFileForReading(lib->file, now))) return false;
+    s.viewBytes = now;
+  }
+  std::memcpy(data, s.view + offset, size);
+  return true;
+}
+
+}  // namespace
+
 int readAt(LMI_LIBRARY* lib, uint64_t offset, void* data, size_t size, size_t* got) {
+  if (readFromView(lib, offset, data, size)) {
+    *got = size;
+    return 0;
+  }
   for (;;) {
     std::ptrdiff_t n = platform::readFileAt(lib->file, data, size, offset);
     if (n >= 0) {
@@ -78,6 +109,8 @@ int writeAt(LMI_LIBRARY* lib, uint64_t offset, const void* data, size_t size) {
 }
 
 int truncateFile(LMI_LIBRARY* lib, uint64_t size) {
+  // Pages of the view past the new end would fault.
+  dropView(lib);
   while (!platform::truncateFile(lib->file, size)) {
     if (!askRetry(u"Fatal disk error. Retry?")) return LMI_ERR_FILE;
   }

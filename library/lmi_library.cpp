@@ -23,6 +23,7 @@ bool largeNodeVersion(const uint8_t* header) {
 }
 
 void release(LMI_LIBRARY* lib) {
+  dropView(lib);
   for (void* block : {static_cast<void*>(lib->secondMap), static_cast<void*>(lib->secondNode),
                       static_cast<void*>(lib->ioBuffer), static_cast<void*>(lib->header)}) {
     if (block) zr::frame::MemFreePtr(block);

@@ -36,6 +36,10 @@ bool fileExists(const char16_t* name);
 // of its path are made. -1 on failure.
 int createNewFile(const char16_t* name);
 void sleepMilliseconds(unsigned milliseconds);
+// A read-only shared view of the file's first `size` bytes, which sees
+// every later write to them; null on failure.
+const uint8_t* mapFileForReading(int fd, uint64_t size);
+void unmapFile(const uint8_t* view, uint64_t size);
 // Creates an empty, uniquely named file in the temporary directory and
 // returns its name, or an empty text on failure.
 std::u16string createTempFile(const char16_t* prefix);

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -79,6 +80,16 @@ int createNewFile(const char16_t* name) {
 
 void sleepMilliseconds(unsigned milliseconds) {
   std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+const uint8_t* mapFileForReading(int fd, uint64_t size) {
+  if (!size) return nullptr;
+  void* view = ::mmap(nullptr, size, PROT_READ, MAP_SHARED, fd, 0);
+  return view == MAP_FAILED ? nullptr : static_cast<const uint8_t*>(view);
+}
+
+void unmapFile(const uint8_t* view, uint64_t size) {
+  if (view) ::munmap(const_cast<uint8_t*>(view), size);
 }
 
 }  // namespace zr::platform
