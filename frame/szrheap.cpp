@@ -227,7 +227,11 @@ ZRAPI void* ZrHeap__alloc(size_t size, const char* typeName, const char* allocNa
 ZRAPI void* ZrHeap_malloc(size_t size) { return allocate(size, &kMallocInfo, nullptr); }
 
 ZRAPI void* ZrHeap_calloc(size_t count, size_t size) {
-  size_t n = count * size;
+  size_t n;
+  if (__builtin_mul_overflow(count, size, &n)) {
+    ensureStarted();
+    return allocFailed(&kCallocInfo, SIZE_MAX);
+  }
   void* u = allocate(n, &kCallocInfo, nullptr);
   if (u) std::memset(u, 0, n);
   return u;

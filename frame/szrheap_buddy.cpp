@@ -144,7 +144,7 @@ void decommitVM(char* address, size_t size) {
   unlock(&h.vmLock);
 }
 
-void initBuddySystem(char* base, size_t size) {
+bool initBuddySystem(char* base, size_t size) {
   Heap& h = heap();
   trace("%p  initBuddySystem (heap size %lu)", static_cast<void*>(base), static_cast<unsigned long>(size));
   lock(&h.buddyLock);
@@ -157,7 +157,7 @@ void initBuddySystem(char* base, size_t size) {
     if (!root) {
       ZrHeap_exception("initBuddySystem failed (heap size %lu)", static_cast<unsigned long>(size));
       unlock(&h.buddyLock);
-      return;
+      return false;
     }
     pushFree(h, root);
     offset += h.classSize[i];
@@ -167,6 +167,7 @@ void initBuddySystem(char* base, size_t size) {
     h.wasteCount += 1;
   }
   unlock(&h.buddyLock);
+  return true;
 }
 
 BuddyBlock* allocBuddyBlock(int index, bool largerAllowed) {
@@ -207,8 +208,8 @@ BuddyBlock* allocBuddyBlock(int index, bool largerAllowed) {
     if (found) break;
     size_t reserve = h.classSize[index] > kMinReservation ? h.classSize[index] : kMinReservation;
     char* base = allocVM(reserve);
-    if (!base) return nullptr;
-    initBuddySystem(base, reserve);
+    // Without nodes for the new memory, another round would reserve again.
+    if (!base || !initBuddySystem(base, reserve)) return nullptr;
   }
   if (!found->inUse) fatalFormatted(nullptr, "newBuddyBlock(%p) - block is not marked as in use", static_cast<void*>(found));
   if (found->freeNext || found->freePrevious)

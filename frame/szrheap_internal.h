@@ -135,12 +135,15 @@ inline void ensureStarted() {
   if (!g_heap.started.load(std::memory_order_acquire)) startOnce();
 }
 
-// ---- Block access.
+// ---- Block access. Headers sit in memory the sanitizer sees as poisoned;
+// inline readers are kept uninstrumented in every file that uses them, since
+// the linker may keep any one file's copy.
+#define ZR_HEAP_RAW __attribute__((no_sanitize("address")))
 inline ZrHeapBlockHeader* headerOf(void* u) {
   return reinterpret_cast<ZrHeapBlockHeader*>(static_cast<char*>(u) - kDebugHeader);
 }
-inline uintptr_t wordOf(void* u) { return headerOf(u)->blockWord; }
-inline bool isFreed(void* u) { return wordOf(u) == ZRHEAP_FREED_WORD; }
+ZR_HEAP_RAW inline uintptr_t wordOf(void* u) { return headerOf(u)->blockWord; }
+ZR_HEAP_RAW inline bool isFreed(void* u) { return wordOf(u) == ZRHEAP_FREED_WORD; }
 inline int indexOfWord(uintptr_t word) { return static_cast<int>((word & ZRHEAP_INDEX_MASK) >> 8); }
 inline int slotOfWord(uintptr_t word) { return static_cast<int>(word & ZRHEAP_SLOT_MASK); }
 // A block word's address and the U it belongs to.
@@ -154,10 +157,10 @@ inline void* userOfChildHeader(void* childHeader) { return static_cast<char*>(ch
 struct __attribute__((packed)) UnalignedWord {
   uintptr_t value;
 };
-inline uintptr_t readSuffix(void* u, size_t size, int copy) {
+ZR_HEAP_RAW inline uintptr_t readSuffix(void* u, size_t size, int copy) {
   return reinterpret_cast<UnalignedWord*>(static_cast<char*>(u) + size + copy * kW)->value;
 }
-inline void writeSuffix(void* u, size_t size, uintptr_t serial) {
+ZR_HEAP_RAW inline void writeSuffix(void* u, size_t size, uintptr_t serial) {
   reinterpret_cast<UnalignedWord*>(static_cast<char*>(u) + size)->value = serial;
   reinterpret_cast<UnalignedWord*>(static_cast<char*>(u) + size + kW)->value = serial;
 }
@@ -188,7 +191,8 @@ inline size_t roundUpToPage(const Heap& h, size_t n) { return (n + h.pageSize - 
 char* allocVM(size_t size);
 bool commitVM(char* address, size_t size);
 void decommitVM(char* address, size_t size);
-void initBuddySystem(char* base, size_t size);
+// False when no node could be had for the memory; what was added stays.
+bool initBuddySystem(char* base, size_t size);
 BuddyBlock* allocBuddyBlock(int index, bool largerAllowed);
 void freeBuddyBlock(BuddyBlock* node);
 // Gives a node back to the free lists without touching counts or memory.
@@ -229,7 +233,7 @@ inline void setCachedCount(ThreadCache* c, int index, uint32_t n) {
   __atomic_store_n(&c->count[index], n, __ATOMIC_RELAXED);
 }
 
-inline char* cachePop(int index, int slot) {
+ZR_HEAP_RAW inline char* cachePop(int index, int slot) {
   ThreadCache* c = t_state.cache;
   if (!c || !c->head[index]) return cacheRefillAndPop(index, slot);
   char* word = c->head[index];
@@ -238,7 +242,7 @@ inline char* cachePop(int index, int slot) {
   return word;
 }
 
-inline bool cachePush(int index, int slot, char* word) {
+ZR_HEAP_RAW inline bool cachePush(int index, int slot, char* word) {
   ThreadCache* c = t_state.cache;
   if (!c || c->count[index] >= kCacheDepth) return cacheSpillAndPush(index, slot, word);
   headerOf(userOfWord(word))->parentLink = c->head[index];

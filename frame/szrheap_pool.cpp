@@ -55,16 +55,17 @@ char* cutFromBuffers(Heap& h, MemoryPool* pool, int i, size_t s, PoolBuffer** fu
     ZrHeap_free(b);
     return nullptr;
   }
+  node->committed = static_cast<uint32_t>(roundUpToPage(h, s));
+  if (!commitVM(node->address, node->committed)) {
+    node->committed = 0;
+    releaseBuddyNode(node);
+    ZrHeap_free(b);
+    return nullptr;
+  }
   SlotRow& row = h.rows[node->sizeIndex][0];
   lock(&row.lock);
   ++row.plainUsed;
   unlock(&row.lock);
-  node->committed = static_cast<uint32_t>(roundUpToPage(h, s));
-  if (!commitVM(node->address, node->committed)) {
-    freeBuddyBlock(node);
-    ZrHeap_free(b);
-    return nullptr;
-  }
   std::memset(b, 0, sizeof *b);
   b->block = node;
   b->base = node->address;

@@ -47,6 +47,7 @@ zrstg_handle* beginHandle(uint16_t pageSize, bool fast) {
   static std::once_flag installed;
   std::call_once(installed, [] { g_replacedHandler = MemSetErrorHandler(outOfMemoryHandler); });
   MEM_POOL* pool = MemPoolInit(kHandlePoolFlags);
+  if (!pool) return nullptr;
   MemPoolSetFixedSize(pool, 8);
   MemPoolSetPageSize(pool, pageSize ? pageSize : kDefaultPageSize);
   MemPoolSetFreeBytes(pool, 0);
@@ -54,6 +55,10 @@ zrstg_handle* beginHandle(uint16_t pageSize, bool fast) {
   auto* name = static_cast<char16_t*>(MemAllocPtr(pool, kNameBytes, kMemZeroInit));
   auto* handle = static_cast<zrstg_handle*>(MemAllocPtr(pool, sizeof(zrstg_handle), kMemZeroInit));
   auto* node = static_cast<zrstg_subpool*>(MemAllocPtr(pool, sizeof(zrstg_subpool), kMemZeroInit));
+  if (!name || !handle || !node) {
+    MemPoolFree(pool);
+    return nullptr;
+  }
   copyName(name, u"@SP@<default>");
   node->next = node->previous = node;
   node->pool = pool;
@@ -68,18 +73,24 @@ zrstg_handle* beginHandle(uint16_t pageSize, bool fast) {
 
 zrstg_subpool* newSubPool(zrstg_handle* handle, uint16_t pageSize, bool fast) {
   auto* node = static_cast<zrstg_subpool*>(zrstg_alc(handle, sizeof(zrstg_subpool), handle->ring));
-  MEM_POOL* pool = MemPoolInit(handle->poolFlags);
+  MEM_POOL* pool = node ? MemPoolInit(handle->poolFlags) : nullptr;
+  char16_t* name = pool ? static_cast<char16_t*>(MemAllocPtr(pool, kNameBytes, 0)) : nullptr;
+  if (!name) {
+    MemPoolFree(pool);
+    MemFreePtr(node);
+    return nullptr;
+  }
   MemPoolSetPageSize(pool, pageSize ? pageSize : handle->pageSize);
   MemPoolSetFreeBytes(pool, 0);
   if (!fast) MemPoolSetSmallSize(pool, 0);
   node->pool = pool;
+  node->name = name;
+  copyName(name, u"@SP@<none>");
   zrstg_subpool* head = handle->ring;
   node->previous = head;
   node->next = head->next;
   head->next->previous = node;
   head->next = node;
-  node->name = static_cast<char16_t*>(zrstg_alc(handle, kNameBytes, node));
-  copyName(node->name, u"@SP@<none>");
   return node;
 }
 

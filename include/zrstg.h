@@ -65,11 +65,13 @@ typedef void* ZR_HGLOBAL;
 
 #define ZRSTG_POOL_NAME_UNITS 64
 
+// Null when memory runs out; nothing is then left allocated.
 ZRAPI zrstg_handle* zrstg_begin(uint16_t pageSize);
 ZRAPI zrstg_handle* zrstg_begin_allocflags(uint16_t pageSize, uint32_t flags);
 ZRAPI zrstg_handle* zrstg_begin_nofast(uint16_t pageSize);
 ZRAPI void zrstg_end(zrstg_handle* handle);
 
+// Null when memory runs out; the ring is then unchanged.
 ZRAPI zrstg_subpool* zrstg_new_pool(zrstg_handle* handle);
 ZRAPI zrstg_subpool* zrstg_new_pool_nofast(zrstg_handle* handle);
 ZRAPI zrstg_subpool* zrstg_new_pool_with_size_nofast(zrstg_handle* handle, uint16_t pageSize);

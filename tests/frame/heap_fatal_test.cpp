@@ -1,6 +1,10 @@
 // Misuse ends the process with the heap's report; these run as death tests.
 #include <gtest/gtest.h>
 
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
 #include "tests/frame/heap_test_support.h"
 
 namespace zr::heap {
@@ -131,6 +135,12 @@ TEST_F(HeapFatal, NullPools) {
   EXPECT_DEATH(
       {
         reportToStderr();
+        ZrHeap_poolSize(nullptr);
+      },
+      "Error:\npoolSize: pool is NULL\n");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
         ZrHeap_allocFromPool(8, nullptr, nullptr);
       },
       "allocFromPool: pool is NULL");
@@ -143,15 +153,155 @@ TEST_F(HeapFatal, NullPools) {
 }
 
 TEST_F(HeapFatal, FreedLargeBlockMemoryFaults) {
-  // The memory of a freed large block is decommitted: touching it faults.
+  // A freed large block's pages lose their access at once: touching it faults.
+  auto touchFreed = [] {
+    char* p = static_cast<char*>(ZrHeap_malloc(100000));
+    p[50000] = 1;
+    ZrHeap_free(p);
+    scribble(p + 50000, 2);
+    std::fputs("the write went through\n", stderr);
+    std::exit(0);
+  };
+#if defined(__SANITIZE_ADDRESS__)
+  EXPECT_DEATH(touchFreed(), "SEGV on unknown address");
+#else
+  EXPECT_EXIT(touchFreed(), ::testing::KilledBySignal(SIGSEGV), "");
+#endif
+}
+
+// Header rewrites, where the sanitizer would stop the test first.
+__attribute__((no_sanitize("address"))) void scribbleWord(void* at, uintptr_t value) {
+  *static_cast<volatile uintptr_t*>(at) = value;
+}
+__attribute__((no_sanitize("address"))) void clearWordFlags(void* u, uintptr_t flags) {
+  headerOf(u)->blockWord &= ~flags;
+}
+
+// A sub-block of a pool past its threshold: a block word and nothing more.
+void* poolSubBlock() {
+  MemoryPool* pool = ZrHeap_allocPool(nullptr);
+  while (ZrHeap_poolSize(pool) < heap().poolThreshold) ZrHeap_allocFromPool(6000, nullptr, pool);
+  return ZrHeap_allocFromPool(100, nullptr, pool);
+}
+
+TEST_F(HeapFatal, AdoptOfFreedOrHeaderlessBlocks) {
   EXPECT_DEATH(
       {
-        char* p = static_cast<char*>(ZrHeap_malloc(100000));
-        p[50000] = 1;
-        ZrHeap_free(p);
-        scribble(p + 50000, 2);
+        reportToStderr();
+        ZrHeap_adopt(ZrHeap_malloc(8), nullptr);
       },
-      "");
+      "Error:\nadopt: parent is NULL\n");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* child = ZrHeap_malloc(8);
+        void* parent = ZrHeap_malloc(8);
+        ZrHeap_free(child);
+        ZrHeap_adopt(child, parent);
+      },
+      "Error:\nadopt: child block was previously freed\n(.|\n)*Block Header \\(Freed block\\)");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* child = ZrHeap_malloc(8);
+        void* parent = ZrHeap_malloc(8);
+        ZrHeap_free(parent);
+        ZrHeap_adopt(child, parent);
+      },
+      "Error:\nadopt: parent block was previously freed\n(.|\n)*Block Header \\(Freed block\\)");
+  // Without its link to the pool a sub-block passes the early tests.
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* sub = poolSubBlock();
+        scribbleWord(&headerOf(sub)->parentLink, 0);
+        ZrHeap_adopt(sub, ZrHeap_malloc(8));
+      },
+      "Error:\nadopt: child block does not have child header\n(.|\n)*Block Header\n");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* sub = poolSubBlock();
+        scribbleWord(&headerOf(sub)->parentLink, 0);
+        ZrHeap_adopt(ZrHeap_malloc(8), sub);
+      },
+      "Error:\nadopt: parent block does not have child header\n(.|\n)*Block Header\n");
+}
+
+TEST_F(HeapFatal, FreeAndSizeOfBrokenOrFreedBlocks) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* sub = poolSubBlock();
+        scribbleWord(&headerOf(sub)->parentLink, reinterpret_cast<uintptr_t>(blockWordAddress(ZrHeap_malloc(8))));
+        ZrHeap_free(sub);
+      },
+      "Error:\nfree: block has no child header, parent is not memory pool\n");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* big = ZrHeap_malloc(10000);
+        clearWordFlags(big, ZRHEAP_FLAG_LARGE);
+        ZrHeap_free(big);
+      },
+      "Error:\nfree: missing large header\n(.|\n)*Block Header \\(Child\\)");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* p = ZrHeap_malloc(30);
+        ZrHeap_free(p);
+        ZrHeap_sizeEx(p, nullptr, nullptr, nullptr);
+      },
+      "Error:\nsize: block was previously freed\n");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        void* p = ZrHeap_malloc(30);
+        ZrHeap_free(p);
+        ZrHeap_check(p);
+      },
+      "Error:\ncheck: block was previously freed\n");
+}
+
+// Debug headers with a flag or the size overwritten.
+__attribute__((no_sanitize("address"))) void checkBrokenDebugBlock(uintptr_t clearFlags, uintptr_t sizeIncrease) {
+  reportToStderr();
+  ZrHeap_debugOn();
+  void* p = ZrHeap__alloc(16, "Broken", "alloc", "free", "b.cpp", 3, nullptr);
+  clearWordFlags(p, clearFlags);
+  headerOf(p)->currentSize += sizeIncrease;
+  ZrHeap_check(p);
+}
+
+TEST_F(HeapFatal, BrokenDebugHeaders) {
+  EXPECT_DEATH(checkBrokenDebugBlock(ZRHEAP_FLAG_CHILD, 0),
+               "Error:\ncheck: debug block is missing child header \\(bad block prefix\\)\n(.|\n)*"
+               "Block Header \\(Debug\\)(.|\n)*parent Broken \\(size 16, file b.cpp, line 3\\)");
+  EXPECT_DEATH(checkBrokenDebugBlock(ZRHEAP_FLAG_LARGE, 0),
+               "Error:\ncheck: debug block is missing large header \\(bad block prefix\\)\n");
+  EXPECT_DEATH(checkBrokenDebugBlock(0, 1000),
+               "Error:\ncheck: current size exceeds maximum size \\(bad large header\\)\n(.|\n)*"
+               "parent Broken \\(size 1016, ");
+}
+
+// The buddy system's own consistency reports, reached through its internals.
+TEST_F(HeapFatal, BuddyBlockFreedTwiceAndFailedDecommit) {
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        ZrHeap_init();
+        BuddyBlock* node = allocBuddyBlock(heap().firstLargeIndex, false);
+        node->committed = 0;
+        freeBuddyBlock(node);
+        freeBuddyBlock(node);
+      },
+      "Error:\nfreeBuddyBlock\\(0x[0-9a-f]+\\) - block was not in use\n(.|\n)*Now checking all other heap blocks");
+  EXPECT_DEATH(
+      {
+        reportToStderr();
+        decommitVM(static_cast<char*>(ZrHeap_malloc(100000)) + 1, 4096);
+      },
+      "Error:\nVirtualFree\\(MEM_DECOMMIT\\) Failed\n");
 }
 
 }  // namespace

@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cstdio>
 #include <cstring>
 #include <deque>
-#include <map>
 #include <mutex>
 #include <random>
 #include <thread>
@@ -17,22 +15,6 @@
 
 namespace zr::heap {
 namespace {
-
-// In-use blocks per size index, read from the dump's summary rows.
-std::map<int, unsigned long> inUseByIndex() {
-  testing::CapturedLog log;
-  ZrHeap_dump(2);
-  std::map<int, unsigned long> used;
-  for (const std::string& line : log.get()) {
-    unsigned long counts[6];
-    int index = 0, end = 0;
-    if (std::sscanf(line.c_str(), "%lu %lu %lu %lu %lu %lu %d |%n", &counts[0], &counts[1], &counts[2], &counts[3],
-                    &counts[4], &counts[5], &index, &end) == 7 &&
-        end > 0 && counts[1])
-      used[index] = counts[1];
-  }
-  return used;
-}
 
 // Few slots for many threads, so that threads take slots over from each
 // other whatever the machine's processor count.
@@ -96,17 +78,17 @@ void sharedPoolRounds(int threads, int rounds) {
 
 TEST(HeapStress, PoolSharedByThreadsPastItsThreshold) {
   SharedSlots slots(1);
-  const auto before = inUseByIndex();
+  const auto before = testing::inUseByIndex();
   sharedPoolRounds(2, 100);
-  EXPECT_EQ(inUseByIndex(), before);
+  EXPECT_EQ(testing::inUseByIndex(), before);
   sharedPoolRounds(4, 100);
-  EXPECT_EQ(inUseByIndex(), before);
+  EXPECT_EQ(testing::inUseByIndex(), before);
 }
 
 // Trees made on one thread are freed, or adopted and then freed, on another.
 TEST(HeapStress, TreesChangeThreadsBeforeTheyAreFreed) {
   SharedSlots slots(1);
-  const auto before = inUseByIndex();
+  const auto before = testing::inUseByIndex();
   std::mutex lock;
   std::deque<void*> trees;
   std::atomic<int> building{2};
@@ -156,7 +138,7 @@ TEST(HeapStress, TreesChangeThreadsBeforeTheyAreFreed) {
     ZrHeap_free(holder);
   });
   EXPECT_EQ(lost.load(), 0);
-  EXPECT_EQ(inUseByIndex(), before);
+  EXPECT_EQ(testing::inUseByIndex(), before);
 }
 
 // Large debug blocks grow and shrink in place while other threads allocate
@@ -197,17 +179,17 @@ void debugReallocsUnderChecks(int reallocThreads, int rounds) {
 }
 
 TEST(HeapStress, DebugBlocksShrinkInPlaceWhileAllAreChecked) {
-  const auto before = inUseByIndex();
+  const auto before = testing::inUseByIndex();
   debugReallocsUnderChecks(1, 3000);
   debugReallocsUnderChecks(3, 1000);
-  EXPECT_EQ(inUseByIndex(), before);
+  EXPECT_EQ(testing::inUseByIndex(), before);
 }
 
 // Everything at once: plain and pool blocks, trees, and blocks that change
 // threads through a queue, with every block's content checked before it goes.
 TEST(HeapStress, ThreadsAllocateFreeAdoptAndShareBlocks) {
   SharedSlots slots(1);
-  const auto before = inUseByIndex();
+  const auto before = testing::inUseByIndex();
   std::atomic<int> corrupt{0};
   std::mutex queueLock;
   std::deque<Tagged> handoff;
@@ -274,7 +256,7 @@ TEST(HeapStress, ThreadsAllocateFreeAdoptAndShareBlocks) {
     ZrHeap_free(b.p);
   }
   EXPECT_EQ(corrupt.load(), 0);
-  EXPECT_EQ(inUseByIndex(), before);
+  EXPECT_EQ(testing::inUseByIndex(), before);
 }
 
 }  // namespace

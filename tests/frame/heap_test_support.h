@@ -2,6 +2,8 @@
 #ifndef ZR_TESTS_HEAP_TEST_SUPPORT_H
 #define ZR_TESTS_HEAP_TEST_SUPPORT_H
 
+#include <cstdio>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -35,6 +37,22 @@ class CapturedLog {
 
 inline long usedBlocks(int index) { return static_cast<long>(indexTotals(index).usedCount); }
 inline long usedBlocksOfSize(size_t n) { return usedBlocks(sizeIndexOf(n)); }
+
+// In-use blocks per size index, read from the dump's summary rows.
+inline std::map<int, unsigned long> inUseByIndex() {
+  CapturedLog log;
+  ZrHeap_dump(2);
+  std::map<int, unsigned long> used;
+  for (const std::string& line : log.get()) {
+    unsigned long counts[6];
+    int index = 0, end = 0;
+    if (std::sscanf(line.c_str(), "%lu %lu %lu %lu %lu %lu %d |%n", &counts[0], &counts[1], &counts[2], &counts[3],
+                    &counts[4], &counts[5], &index, &end) == 7 &&
+        end > 0 && counts[1])
+      used[index] = counts[1];
+  }
+  return used;
+}
 
 // Writes fatal reports to standard error, where death tests look for them.
 inline void reportToStderr() { ZrHeap_log(stderr, nullptr); }
