@@ -48,6 +48,9 @@ class PoolWorker {
  public:
   explicit PoolWorker(ConnectionPool* pool) : m_table(&kTable), m_held(0), m_idleRounds(0), m_pool(pool) {}
 
+  // The dispatcher reaches the loop through this table.
+  const void* table() const { return m_table; }
+
  private:
   static int32_t run(void* self) {
     static_cast<PoolWorker*>(self)->loop();
@@ -101,6 +104,19 @@ class PoolWorker {
     return true;
   }
 
+  // Takes this worker off the free count, unless a socket came in since it
+  // last looked: a worker counted as free must not leave one behind.
+  bool leave() {
+    ZR_ScopedLock synchroniser(&m_pool->m_synchroniserLock);
+    if (m_pool->m_pending && !m_pool->m_stopping.load()) {
+      m_idleRounds = 0;
+      return false;
+    }
+    if (m_counted) --m_pool->m_freeWorkers;
+    m_counted = false;
+    return true;
+  }
+
   void loop() {
     for (bool running = true; running;) {
       if (m_held < kSocketsPerWorker) takePending();
@@ -115,16 +131,11 @@ class PoolWorker {
         if (readable[i]) offer(i);
       }
       m_idleRounds = (m_held == 0 && ready <= 0) ? m_idleRounds + 1 : 0;
-      if (m_idleRounds > kIdleRoundsToEnd || m_pool->m_stopping.load()) running = false;
+      if (m_idleRounds > kIdleRoundsToEnd || m_pool->m_stopping.load()) running = !leave();
     }
     for (int32_t i = 0; i < m_held; ++i) {
       static_cast<Connection*>(m_entries[i]->Connection)->release();
       ZrHeap_free(m_entries[i]);
-    }
-    m_held = 0;
-    {
-      ZR_ScopedLock synchroniser(&m_pool->m_synchroniserLock);
-      if (m_counted) --m_pool->m_freeWorkers;
     }
     delete this;
   }
