@@ -48,9 +48,6 @@ class PoolWorker {
  public:
   explicit PoolWorker(ConnectionPool* pool) : m_table(&kTable), m_held(0), m_idleRounds(0), m_pool(pool) {}
 
-  // The dispatcher reaches the loop through this table.
-  const void* table() const { return m_table; }
-
  private:
   static int32_t run(void* self) {
     static_cast<PoolWorker*>(self)->loop();
@@ -140,7 +137,7 @@ class PoolWorker {
     delete this;
   }
 
-  const Table* m_table;  // first: the dispatcher calls slot 1
+  [[maybe_unused]] const Table* m_table;  // first: the dispatcher calls slot 1 through it
   int32_t m_held;
   int32_t m_idleRounds;
   ZRNET_PENDING_ENTRY* m_entries[kSocketsPerWorker];
