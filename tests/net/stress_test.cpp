@@ -1,6 +1,5 @@
 // Many connections, many messages: nothing lost, reordered or damaged per
-// connection, with a read thread per connection and with the select pool;
-// afterwards the process has its threads and descriptors back.
+// connection with a read thread per connection; afterwards the process has its threads and descriptors back.
 // ZR_NET_STRESS_SCALE=n divides both counts of 1000 connections and 1000
 // messages; the default of 10 keeps the suite short, 1 is the full run.
 #include <dirent.h>
@@ -78,7 +77,7 @@ void checkMessage(Receiver* r, Message* m) {
   *(good ? r->received : r->faults) += 1;
 }
 
-void runStress(bool pooling) {
+TEST(TransportStress, ThreadPerConnection) {
   const int connections = 1000 / scaleDivisor(), messages = 1000 / scaleDivisor();
   rlimit files;
   getrlimit(RLIMIT_NOFILE, &files);
@@ -91,7 +90,6 @@ void runStress(bool pooling) {
 
   std::atomic<long> received{0}, faults{0};
   Context serverContext;
-  if (pooling) serverContext.parameters[u"ThreadPooling"] = u"1";
   std::vector<std::unique_ptr<Receiver>> receivers;
   std::mutex receiversLock;
   ListenerHandler listenerHandler;
@@ -150,8 +148,7 @@ void runStress(bool pooling) {
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-  std::printf("%s: %ld messages in %.2f s, %.0f messages/s\n", pooling ? "pooled" : "thread per connection",
-              expected, seconds, static_cast<double>(expected) / seconds);
+  std::printf("%ld messages in %.2f s, %.0f messages/s\n", expected, seconds, static_cast<double>(expected) / seconds);
 
   for (auto* c : clients) c->vtbl->Disconnect(c);
   for (auto* c : clients) {
@@ -177,7 +174,5 @@ void runStress(bool pooling) {
   EXPECT_EQ(openDescriptors(), descriptorsBefore);
 }
 
-TEST(TransportStress, ThreadPerConnection) { runStress(false); }
-TEST(TransportStress, SelectPool) { runStress(true); }
 
 }  // namespace
